@@ -1,0 +1,90 @@
+#include "BufferObject.h"
+
+#include "GLFunctions.h"
+
+#include <climits>
+#include <limits>
+
+namespace Vardune::Qel {
+
+BufferObject::BufferObject()
+    : _context(QOpenGLContext::currentContext())
+{
+    if (QOpenGLExtraFunctions *gl = currentGLFunctions())
+        gl->glGenBuffers(1, &_id);
+}
+
+BufferObject::~BufferObject()
+{
+    if (_id != 0 && canDeleteObjectsOf(_context))
+        currentGLFunctions()->glDeleteBuffers(1, &_id);
+}
+
+void BufferObject::setTarget(unsigned int target)
+{
+    _target = target;
+}
+
+void BufferObject::bind()
+{
+    if (QOpenGLExtraFunctions *gl = currentGLFunctions())
+        gl->glBindBuffer(_target, _id);
+}
+
+void BufferObject::unbind()
+{
+    if (QOpenGLExtraFunctions *gl = currentGLFunctions())
+        gl->glBindBuffer(_target, 0);
+}
+
+bool BufferObject::uploadGLuintData(const unsigned int *data, int count, unsigned int usage)
+{
+    return uploadArbitraryData(data, count, usage, sizeof(unsigned int));
+}
+
+bool BufferObject::uploadGLushortData(const unsigned short *data, int count, unsigned int usage)
+{
+    return uploadArbitraryData(data, count, usage, sizeof(unsigned short));
+}
+
+bool BufferObject::uploadArbitraryData(const void *data, int count, unsigned int usage, unsigned long long elementSize)
+{
+    if (count < 0 || elementSize > static_cast<unsigned long long>(std::numeric_limits<qint64>::max() / INT_MAX))
+        return false;
+    return upload(data, static_cast<qint64>(count) * static_cast<qint64>(elementSize), usage);
+}
+
+bool BufferObject::upload(const void *data, qint64 byteSize, unsigned int usage)
+{
+    QOpenGLExtraFunctions *gl = currentGLFunctions();
+    if (!gl || _id == 0 || (data == nullptr && byteSize > 0))
+        return false;
+    clearGLErrors(gl);
+    gl->glBindBuffer(_target, _id);
+    gl->glBufferData(_target, static_cast<GLsizeiptr>(byteSize), data, usage);
+    if (gl->glGetError() != GL_NO_ERROR)
+        return false;
+    _usage = usage;
+    _byteSize = byteSize;
+    return true;
+}
+
+QByteArray BufferObject::readBack() const
+{
+    QOpenGLExtraFunctions *gl = currentGLFunctions();
+    if (!gl || _id == 0 || _byteSize == 0)
+        return {};
+    // Read through the copy-read target so that no binding the caller relies on changes.
+    GLint previous = 0;
+    gl->glGetIntegerv(GL_COPY_READ_BUFFER_BINDING, &previous);
+    gl->glBindBuffer(GL_COPY_READ_BUFFER, _id);
+    QByteArray bytes;
+    if (const void *mapped = gl->glMapBufferRange(GL_COPY_READ_BUFFER, 0, _byteSize, GL_MAP_READ_BIT)) {
+        bytes = QByteArray(static_cast<const char *>(mapped), _byteSize);
+        gl->glUnmapBuffer(GL_COPY_READ_BUFFER);
+    }
+    gl->glBindBuffer(GL_COPY_READ_BUFFER, static_cast<GLuint>(previous));
+    return bytes;
+}
+
+} // namespace Vardune::Qel

@@ -1,0 +1,32 @@
+#include "OpenGLDeviceContext.h"
+
+#include <QOpenGLContext>
+
+namespace Vardune::Qel {
+
+OpenGLDeviceContext::OpenGLDeviceContext(QOpenGLContext *context)
+    : _context(context)
+{
+}
+
+OpenGLDeviceContext::~OpenGLDeviceContext() = default;
+
+QSharedPointer<OpenGLDeviceContext> OpenGLDeviceContext::current()
+{
+    QOpenGLContext *context = QOpenGLContext::currentContext();
+    if (!context)
+        return {};
+    return QSharedPointer<OpenGLDeviceContext>::create(context);
+}
+
+QSharedPointer<BufferObject> OpenGLDeviceContext::createBufferObject()
+{
+    return QSharedPointer<BufferObject>::create();
+}
+
+QSharedPointer<VertexArrayObject> OpenGLDeviceContext::createVertexArrayObject()
+{
+    return QSharedPointer<VertexArrayObject>::create();
+}
+
+} // namespace Vardune::Qel

@@ -1,0 +1,131 @@
+#pragma once
+
+#include "ModelDataStream.h"
+
+#include <QelGL/DrawElementsIndirectCommand.h>
+#include <QelGL/InstanceData.h>
+
+#include <QHash>
+#include <QList>
+#include <QSharedPointer>
+#include <QString>
+
+namespace Vardune::Qel {
+
+class GPUModel;
+
+// Collects one polygon mesh as modelling formats hold it and uploads it the way a GPU draws it.
+//
+// Input: named vertex attributes, each with its own values and one index per face corner;
+// faces known by their corner counts; named material groups listing the faces they draw.
+// Faces are numbered by the order in which their counts were added, and corners
+// consecutively in face order. upload() rebuilds this into one GPU value stream per attribute
+// sharing one index per corner, welds byte-identical vertices, triangulates every face and
+// adds one indirect draw per material group to a GPUModel, batching groups by their masked
+// flags.
+//
+// Every stream is made by the builder's allocator. Counts are elements (scalars, indices,
+// faces), never vertices. Names are compared exactly and case-sensitively.
+class QELMODEL_EXPORT ModelBuilder
+{
+public:
+    struct VertexAttribute
+    {
+        QSharedPointer<ModelDataStream> values;
+        QSharedPointer<ModelDataStream> indices;
+        QSharedPointer<ModelDataStream> gpuValues;
+        QSharedPointer<ModelDataStream> gpuIndices;
+        int componentsPerVertex = 0;
+    };
+
+    struct MaterialGroup
+    {
+        InstanceData material;
+        int id = 0;
+        QSharedPointer<ModelDataStream> faces;
+        size_t flags = 0;
+        QString objectName;
+    };
+
+    // Without an allocator the builder makes its own ModelDataArrayAllocator. Groups whose
+    // flags agree under `flagsMask` are drawn by one draw; the default mask batches them all.
+    explicit ModelBuilder(QSharedPointer<ModelDataStreamAllocator> allocator = {}, size_t flagsMask = 0);
+    ~ModelBuilder();
+
+    ModelBuilder(const ModelBuilder &) = delete;
+    ModelBuilder &operator=(const ModelBuilder &) = delete;
+    ModelBuilder(ModelBuilder &&) = delete;
+    ModelBuilder &operator=(ModelBuilder &&) = delete;
+
+    // Creates or replaces an attribute with streams of `valueCount` zero values of `type` and
+    // `indexCount` zero indices. Refused with a warning when `componentsPerVertex` is below 1
+    // or `type` is not a scalar type code.
+    void createVertexAttribute(const QString &name, int componentsPerVertex, unsigned int type, size_t valueCount,
+                               size_t indexCount);
+    // Creates or replaces a group, with no faces. A negative id becomes the number of groups
+    // that existed before the call.
+    void createMaterialGroup(const QString &name, const InstanceData &material, int id, size_t flags);
+    // Appends values; ignored for an unknown attribute or a type other than the attribute's.
+    void addValuesToVertexAttribute(const QString &name, size_t count, const void *values, unsigned int type);
+    // Appends one index per corner; ignored for an unknown attribute.
+    void addIndicesToVertexAttribute(const QString &name, size_t count, const unsigned int *indices);
+    // Appends one corner count per new face.
+    void addVertexCountsToFaces(size_t count, const unsigned int *cornerCounts);
+    // Appends face numbers to a group; false for an unknown group. The group keeps the first
+    // object name it is given and warns when faces of another object join it.
+    bool addFacesToMaterialGroup(const QString &name, size_t count, const unsigned int *faces,
+                                 const QString &objectName);
+
+    bool hasMaterialGroup(const QString &name) const;
+    bool hasVertexAttribute(const QString &name) const;
+    // -1 when there is no such group.
+    int materialGroupId(const QString &name) const;
+    // 0 when there is no such group.
+    size_t materialGroupFlags(const QString &name) const;
+    // True with at least one group, one face and one attribute, and non-empty values and
+    // indices in every attribute that has values.
+    bool isValid() const;
+    // Asks the next preparing upload to generate vertex normals under `name`.
+    void generateNormals(const QString &name);
+    // Back to the state of a new builder with the same allocator and mask. Streams are
+    // released, not emptied: other holders keep their contents.
+    void clear();
+    // Kept for hosts that call them; the upload already welds identical vertices.
+    void removeDuplicateVertices();
+    void removeUnusedVertices();
+
+    // Adds one draw per batch key to `model`, in the OpenGL context current on this thread.
+    // The first upload prepares GPU streams, triangles and normals; later uploads reuse them.
+    // `materialIdName`: null hands the groups' materials over as a material collection;
+    // otherwise each group's id is written into its copy of `instanceData` under that name.
+    void upload(GPUModel *model, const InstanceData &instanceData, const QString &positionAttributeName,
+                const QString &materialIdName, unsigned int usage, unsigned int primitiveType);
+
+private:
+    friend struct ModelBuilderInspector; // the tests' window on the stages below
+
+    static constexpr unsigned int kIndexType = 0x1405; // GL_UNSIGNED_INT
+    static constexpr int kIndexStride = 4;
+
+    QSharedPointer<ModelDataStream> newStream(unsigned int type, size_t count) const;
+
+    void buildGPUFriendlyStreams(bool mergeByIndices);
+    void optimizeGPUStreams();
+    void prepareMaterialGroupForUpload(const QString &name, const MaterialGroup &group,
+                                       const QSharedPointer<ModelDataStream> &positions,
+                                       const QSharedPointer<ModelDataStream> &cornerVertices,
+                                       const QList<unsigned int> &faceStarts);
+    void installGeneratedNormals(const VertexAttribute &positions);
+
+    QSharedPointer<ModelDataStreamAllocator> _allocator;
+    QHash<QString, MaterialGroup> _materialGroups;
+    QSharedPointer<ModelDataStream> _verticesPerFace;
+    QHash<QString, VertexAttribute> _vertexAttributes;
+    QString _normalsAttributeName;
+    QSharedPointer<ModelDataStream> _triangleIndices;
+    QHash<size_t, QList<DrawElementsIndirectCommand>> _drawCommands;
+    QHash<size_t, QList<QString>> _drawGroupNames;
+    size_t _flagsMask;
+};
+
+} // namespace Vardune::Qel

@@ -1,0 +1,206 @@
+#include "ModelDataArray.h"
+
+#include <QTest>
+
+#include <cstring>
+
+using namespace Vardune::Qel;
+
+namespace {
+
+// A stream that implements only the pure operations, to watch the base append's calls.
+class RecordingStream : public ModelDataStream
+{
+public:
+    unsigned int type() const override { return 0x1405; }
+    void setType(unsigned int) override { }
+    size_t size() const override
+    {
+        calls.append(QStringLiteral("size"));
+        return elements.size();
+    }
+    void resize(size_t count) override
+    {
+        calls.append(QStringLiteral("resize %1").arg(count));
+        elements.resize(static_cast<qsizetype>(count));
+    }
+    void *data(size_t offset) override { return elements.data() + offset; }
+    void setData(size_t offset, size_t count, const void *source) override
+    {
+        calls.append(QStringLiteral("setData %1 %2").arg(offset).arg(count));
+        std::memcpy(elements.data() + offset, source, count * 4);
+    }
+
+    mutable QStringList calls;
+    QList<unsigned int> elements;
+};
+
+template<typename T>
+QList<T> elementsOf(ModelDataStream &stream)
+{
+    const T *first = static_cast<const T *>(stream.data(0));
+    return QList<T>(first, first + stream.size());
+}
+
+} // namespace
+
+class TestDataStreams : public QObject
+{
+    Q_OBJECT
+
+private slots:
+    void typeSizes_data();
+    void typeSizes();
+    void constructionSizes_data();
+    void constructionSizes();
+    void appendAddsAtTheEnd();
+    void newElementsAreZero();
+    void setTypeKeepsCountAndBytes_data();
+    void setTypeKeepsCountAndBytes();
+    void shrinkingKeepsLeadingElements();
+    void copiesAreIndependent();
+    void baseAppendGoesThroughVirtualCalls();
+    void allocatorMakesRequestedStreams();
+};
+
+void TestDataStreams::typeSizes_data()
+{
+    QTest::addColumn<unsigned int>("type");
+    QTest::addColumn<size_t>("bytes");
+    const QList<QPair<unsigned int, size_t>> table = { { 0x1400, 1 }, { 0x1401, 1 }, { 0x1402, 2 }, { 0x1403, 2 },
+                                                       { 0x140B, 2 }, { 0x1404, 4 }, { 0x1405, 4 }, { 0x1406, 4 },
+                                                       { 0x140A, 8 }, { 0x1407, 0 }, { 0x1408, 0 }, { 0x1409, 0 },
+                                                       { 0, 0 },      { 0x140C, 0 } };
+    for (const auto &[type, bytes] : table)
+        QTest::addRow("0x%X", type) << type << bytes;
+}
+
+void TestDataStreams::typeSizes()
+{
+    QFETCH(unsigned int, type);
+    QFETCH(size_t, bytes);
+    QCOMPARE(ModelDataStream::typeSize(type), bytes);
+}
+
+void TestDataStreams::constructionSizes_data()
+{
+    QTest::addColumn<unsigned int>("type");
+    QTest::addColumn<size_t>("count");
+    QTest::addColumn<size_t>("size");
+    QTest::addColumn<size_t>("byteCount");
+    QTest::newRow("default float") << 0x1406u << size_t(0) << size_t(0) << size_t(0);
+    QTest::newRow("5 shorts") << 0x1403u << size_t(5) << size_t(5) << size_t(10);
+    QTest::newRow("3 doubles") << 0x140Au << size_t(3) << size_t(3) << size_t(24);
+    // A type without an element size holds nothing, whatever the count.
+    QTest::newRow("3-byte code") << 0x1408u << size_t(7) << size_t(0) << size_t(0);
+}
+
+void TestDataStreams::constructionSizes()
+{
+    QFETCH(unsigned int, type);
+    QFETCH(size_t, count);
+    QFETCH(size_t, size);
+    QFETCH(size_t, byteCount);
+    ModelDataArray array(type, count);
+    QCOMPARE(array.type(), type);
+    QCOMPARE(array.size(), size);
+    QCOMPARE(array.byteCount(), byteCount);
+    QCOMPARE(array.isEmpty(), size == 0);
+    if (count == 0 && type == 0x1406) {
+        ModelDataArray defaulted;
+        QCOMPARE(defaulted.type(), 0x1406u);
+        QVERIFY(defaulted.isEmpty());
+    }
+}
+
+void TestDataStreams::appendAddsAtTheEnd()
+{
+    ModelDataArray array(0x1405, 0);
+    const unsigned int first[2] = { 10, 11 };
+    array.append(2, first);
+    array.append(0, nullptr);
+    QCOMPARE(array.size(), size_t(2));
+    const unsigned int more[3] = { 20, 21, 22 };
+    array.append(3, more);
+    QCOMPARE(elementsOf<unsigned int>(array), QList<unsigned int>({ 10, 11, 20, 21, 22 }));
+}
+
+void TestDataStreams::newElementsAreZero()
+{
+    ModelDataArray array(0x1405, 3);
+    QCOMPARE(elementsOf<unsigned int>(array), QList<unsigned int>({ 0, 0, 0 }));
+    const unsigned int value = 9;
+    array.setData(1, 1, &value);
+    array.resize(5);
+    QCOMPARE(elementsOf<unsigned int>(array), QList<unsigned int>({ 0, 9, 0, 0, 0 }));
+}
+
+void TestDataStreams::setTypeKeepsCountAndBytes_data()
+{
+    QTest::addColumn<unsigned int>("newType");
+    QTest::addColumn<size_t>("byteCount");
+    QTest::newRow("same type") << 0x1406u << size_t(16);
+    QTest::newRow("to bytes") << 0x1401u << size_t(4);
+    QTest::newRow("to doubles") << 0x140Au << size_t(32);
+}
+
+void TestDataStreams::setTypeKeepsCountAndBytes()
+{
+    QFETCH(unsigned int, newType);
+    QFETCH(size_t, byteCount);
+    const float values[4] = { 1.5f, -2.0f, 3.25f, 4.0f };
+    ModelDataArray array(0x1406, 0);
+    array.append(4, values);
+    array.setType(newType);
+    QCOMPARE(array.type(), newType);
+    QCOMPARE(array.size(), size_t(4));
+    QCOMPARE(array.byteCount(), byteCount);
+    const size_t kept = qMin(byteCount, sizeof values);
+    QCOMPARE(QByteArray(static_cast<const char *>(array.data(0)), qsizetype(kept)),
+             QByteArray(reinterpret_cast<const char *>(values), qsizetype(kept)));
+}
+
+void TestDataStreams::shrinkingKeepsLeadingElements()
+{
+    ModelDataArray array(0x1403, 0);
+    const unsigned short values[4] = { 1, 2, 3, 4 };
+    array.append(4, values);
+    array.resize(2);
+    QCOMPARE(elementsOf<unsigned short>(array), QList<unsigned short>({ 1, 2 }));
+}
+
+void TestDataStreams::copiesAreIndependent()
+{
+    ModelDataArray original(0x1405, 0);
+    const unsigned int values[3] = { 1, 2, 3 };
+    original.append(3, values);
+    ModelDataArray copy = original;
+    const unsigned int changed = 99;
+    original.setData(0, 1, &changed);
+    QCOMPARE(elementsOf<unsigned int>(copy), QList<unsigned int>({ 1, 2, 3 }));
+    static_cast<unsigned int *>(copy.data(0))[2] = 77;
+    QCOMPARE(elementsOf<unsigned int>(original), QList<unsigned int>({ 99, 2, 3 }));
+    QCOMPARE(elementsOf<unsigned int>(copy), QList<unsigned int>({ 1, 2, 77 }));
+}
+
+void TestDataStreams::baseAppendGoesThroughVirtualCalls()
+{
+    RecordingStream stream;
+    stream.elements = { 5, 6 };
+    const unsigned int values[3] = { 7, 8, 9 };
+    stream.ModelDataStream::append(3, values);
+    QCOMPARE(stream.calls, QStringList({ "size", "resize 5", "setData 2 3" }));
+    QCOMPARE(stream.elements, QList<unsigned int>({ 5, 6, 7, 8, 9 }));
+}
+
+void TestDataStreams::allocatorMakesRequestedStreams()
+{
+    ModelDataArrayAllocator allocator;
+    QScopedPointer<ModelDataStream> stream(allocator.alloc(0x1402, 6));
+    QVERIFY(dynamic_cast<ModelDataArray *>(stream.data()));
+    QCOMPARE(stream->type(), 0x1402u);
+    QCOMPARE(stream->size(), size_t(6));
+}
+
+QTEST_APPLESS_MAIN(TestDataStreams)
+#include "tst_datastreams.moc"

@@ -1,0 +1,204 @@
+#include "GLTestContext.h"
+
+#include <QelGL/AutoBinder.h>
+#include <QelGL/BufferObject.h>
+#include <QelGL/DrawBuffers.h>
+#include <QelGL/GPUModel.h>
+#include <QelGL/InstanceData.h>
+#include <QelGL/InstanceDataCollection.h>
+#include <QelGL/InstanceDataRegistry.h>
+#include <QelGL/OpenGLDeviceContext.h>
+#include <QelGL/Texture.h>
+#include <QelGL/TextureManager.h>
+
+#include <QPointer>
+#include <QTest>
+
+using namespace Vardune::Qel;
+
+class TestPlatform : public QObject
+{
+    Q_OBJECT
+
+private slots:
+    void currentIsNullWithoutContext();
+    void bufferUploadsAreReadBack_data();
+    void bufferUploadsAreReadBack();
+    void bufferRefusesNegativeCount();
+    void vertexArrayRecordsAttributesAtLocations();
+    void indexBufferIsPartOfTheVertexArray();
+    void colorTextureHoldsItsColour();
+    void instanceDataKeepsUndeclaredMembers();
+    void registryKeepsTheFirstPlanOfAName();
+    void modelDeletesWhatItOwns();
+};
+
+void TestPlatform::currentIsNullWithoutContext()
+{
+    QVERIFY(QOpenGLContext::currentContext() == nullptr);
+    QVERIFY(OpenGLDeviceContext::current().isNull());
+}
+
+void TestPlatform::bufferUploadsAreReadBack_data()
+{
+    QTest::addColumn<unsigned int>("target");
+    QTest::addColumn<int>("elementSize");
+    QTest::addColumn<int>("count");
+    QTest::newRow("32-bit indices") << 0x8893u << 4 << 1000;
+    QTest::newRow("16-bit indices") << 0x8893u << 2 << 999;
+    QTest::newRow("float vertices") << 0x8892u << 12 << 333;
+    QTest::newRow("empty") << 0x8892u << 4 << 0;
+}
+
+void TestPlatform::bufferUploadsAreReadBack()
+{
+    QFETCH(unsigned int, target);
+    QFETCH(int, elementSize);
+    QFETCH(int, count);
+    GLTestContext gl;
+    QEL_REQUIRE_GL(gl);
+
+    QByteArray bytes(count * elementSize, Qt::Uninitialized);
+    for (qsizetype i = 0; i < bytes.size(); ++i)
+        bytes[i] = static_cast<char>(i * 7 + 3);
+
+    QSharedPointer<BufferObject> buffer = OpenGLDeviceContext::current()->createBufferObject();
+    QVERIFY(buffer->bufferId() != 0);
+    buffer->setTarget(target);
+    buffer->bind();
+    bool uploaded = false;
+    if (elementSize == 4)
+        uploaded = buffer->uploadGLuintData(reinterpret_cast<const unsigned int *>(bytes.constData()), count, 0x88E4);
+    else if (elementSize == 2)
+        uploaded = buffer->uploadGLushortData(reinterpret_cast<const unsigned short *>(bytes.constData()), count, 0x88E4);
+    else
+        uploaded = buffer->uploadArbitraryData(bytes.constData(), count, 0x88E4, static_cast<unsigned long long>(elementSize));
+    buffer->unbind();
+    QVERIFY(uploaded);
+    QCOMPARE(buffer->byteSize(), bytes.size());
+
+    // Independent of the wrapper: ask OpenGL itself for the store's size and contents.
+    GLint size = -1;
+    gl.functions()->glGetNamedBufferParameteriv(buffer->bufferId(), GL_BUFFER_SIZE, &size);
+    QCOMPARE(size, bytes.size());
+    QByteArray stored(size, '\0');
+    if (size > 0)
+        gl.functions()->glGetNamedBufferSubData(buffer->bufferId(), 0, size, stored.data());
+    QCOMPARE(stored, bytes);
+    QCOMPARE(buffer->readBack(), bytes);
+}
+
+void TestPlatform::bufferRefusesNegativeCount()
+{
+    GLTestContext gl;
+    QEL_REQUIRE_GL(gl);
+    BufferObject buffer;
+    buffer.setTarget(0x8892);
+    const unsigned int value = 7;
+    QVERIFY(buffer.uploadGLuintData(&value, 1, 0x88E4));
+    QVERIFY(!buffer.uploadGLuintData(&value, -1, 0x88E4));
+    QCOMPARE(buffer.byteSize(), 4);
+}
+
+void TestPlatform::vertexArrayRecordsAttributesAtLocations()
+{
+    GLTestContext gl;
+    QEL_REQUIRE_GL(gl);
+    auto device = OpenGLDeviceContext::current();
+    auto vao = device->createVertexArrayObject();
+    auto positions = device->createBufferObject();
+    auto texCoords = device->createBufferObject();
+    vao->registerBO(QStringLiteral("va_Vertex"), positions, 3, 0x1406);
+    vao->registerBO(QStringLiteral("va_TexCoord"), texCoords, 2, 0x1406);
+    QCOMPARE(vao->attributeLocation(QStringLiteral("va_Vertex")), 0);
+    QCOMPARE(vao->attributeLocation(QStringLiteral("va_TexCoord")), 1);
+    QCOMPARE(vao->attributeLocation(QStringLiteral("va_Normal")), -1);
+
+    GLint enabled = 0, components = 0, buffer = 0;
+    gl.functions()->glGetVertexArrayIndexediv(vao->arrayId(), 1, GL_VERTEX_ATTRIB_ARRAY_ENABLED, &enabled);
+    gl.functions()->glGetVertexArrayIndexediv(vao->arrayId(), 1, GL_VERTEX_ATTRIB_ARRAY_SIZE, &components);
+    vao->bind();
+    gl.functions()->glGetVertexAttribiv(1, GL_VERTEX_ATTRIB_ARRAY_BUFFER_BINDING, &buffer);
+    vao->unbind();
+    QCOMPARE(enabled, 1);
+    QCOMPARE(components, 2);
+    QCOMPARE(static_cast<unsigned int>(buffer), texCoords->bufferId());
+}
+
+void TestPlatform::indexBufferIsPartOfTheVertexArray()
+{
+    GLTestContext gl;
+    QEL_REQUIRE_GL(gl);
+    auto device = OpenGLDeviceContext::current();
+    DrawBuffers draw;
+    draw.setVAO(device->createVertexArrayObject());
+    auto indices = device->createBufferObject();
+    draw.setIndexedDraw(indices, 6, 0x1403);
+    GLint bound = 0;
+    gl.functions()->glGetVertexArrayiv(draw.VAO()->arrayId(), GL_ELEMENT_ARRAY_BUFFER_BINDING, &bound);
+    QCOMPARE(static_cast<unsigned int>(bound), indices->bufferId());
+    QCOMPARE(draw.indexCount(), 6);
+    QCOMPARE(draw.indexType(), 0x1403u);
+}
+
+void TestPlatform::colorTextureHoldsItsColour()
+{
+    GLTestContext gl;
+    QEL_REQUIRE_GL(gl);
+    Texture *red = TextureManager::Instance().colorTexture(QColor(255, 0, 0, 128));
+    QVERIFY(red);
+    QCOMPARE(TextureManager::Instance().colorTexture(QColor(255, 0, 0, 128)), red);
+    QVERIFY(TextureManager::Instance().colorTexture(Qt::white) != red);
+    unsigned char texel[4] = {};
+    gl.functions()->glGetTextureImage(red->textureId(), 0, GL_RGBA, GL_UNSIGNED_BYTE, sizeof texel, texel);
+    QCOMPARE(int(texel[0]), 255);
+    QCOMPARE(int(texel[1]), 0);
+    QCOMPARE(int(texel[2]), 0);
+    QCOMPARE(int(texel[3]), 128);
+}
+
+void TestPlatform::instanceDataKeepsUndeclaredMembers()
+{
+    InstanceData material(QStringLiteral("OBJMaterial"));
+    const float ka[3] = { 0.25f, 0.5f, 1.0f };
+    material.set(QStringLiteral("Ka"), ka, sizeof ka);
+    material.setTexture(QStringLiteral("map_Ka"), QStringLiteral("/textures/a.png"));
+    InstanceData copy = material;
+    material.clear();
+    QCOMPARE(copy.name(), QStringLiteral("OBJMaterial"));
+    QCOMPARE(copy.value(QStringLiteral("Ka")), QByteArray(reinterpret_cast<const char *>(ka), sizeof ka));
+    QCOMPARE(copy.texturePath(QStringLiteral("map_Ka")), QStringLiteral("/textures/a.png"));
+    QCOMPARE(copy.memberNames(), QStringList({ QStringLiteral("Ka"), QStringLiteral("map_Ka") }));
+    QVERIFY(material.memberNames().isEmpty());
+}
+
+void TestPlatform::registryKeepsTheFirstPlanOfAName()
+{
+    auto *first = new InstanceDataPlan(QStringLiteral("TestPlan"));
+    first->addMember(InstanceDataPlan::Float, QStringLiteral("a"));
+    InstanceDataRegistry::Instance().registerPlan(first);
+    QTest::ignoreMessage(QtWarningMsg, "InstanceDataRegistry: plan 'TestPlan' is already registered");
+    InstanceDataRegistry::Instance().registerPlan(new InstanceDataPlan(QStringLiteral("TestPlan")));
+    QCOMPARE(InstanceDataRegistry::Instance().plan(QStringLiteral("TestPlan")), first);
+    QVERIFY(first->hasMember(QStringLiteral("a")));
+}
+
+void TestPlatform::modelDeletesWhatItOwns()
+{
+    QPointer<DrawBuffers> draw = new DrawBuffers;
+    {
+        GPUModel model;
+        const unsigned long long key = 5;
+        const int index = model.add(draw, 1, nullptr, new InstanceDataCollection(QStringLiteral("I"), {}), key);
+        model.addMaterialName(index, 1, QStringLiteral("second"));
+        model.addMaterialName(index, 0, QStringLiteral("first"));
+        model.addObjectName(7, 0, QStringLiteral("ignored"));
+        QCOMPARE(model.drawCount(), 1);
+        QCOMPARE(model.draw(0).key, 5ull);
+        QCOMPARE(model.draw(0).materialNames, QStringList({ QStringLiteral("first"), QStringLiteral("second") }));
+    }
+    QVERIFY(draw.isNull());
+}
+
+QTEST_MAIN(TestPlatform)
+#include "tst_platform.moc"

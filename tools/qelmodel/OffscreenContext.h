@@ -1,0 +1,22 @@
+#pragma once
+
+#include <QOffscreenSurface>
+#include <QOpenGLContext>
+#include <QString>
+
+// An OpenGL context current on the calling thread for the tool's lifetime: a real GPU where
+// there is one, Mesa's llvmpipe under Xvfb otherwise.
+class OffscreenContext
+{
+public:
+    OffscreenContext();
+
+    bool isValid() const { return _valid; }
+    // "RENDERER, OpenGL VERSION".
+    QString description() const;
+
+private:
+    QOffscreenSurface _surface;
+    QOpenGLContext _context;
+    bool _valid = false;
+};

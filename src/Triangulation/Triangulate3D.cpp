@@ -30,13 +30,18 @@ bool runsClockwise(int count, const Vector2f *points)
 template<typename Index>
 void appendVertexNumbers(const int *corners, int cornerCount, const int *indices, QList<Index> &out)
 {
+    // A failed polygon leaves the list untouched, not even detached from its other owners.
+    if (cornerCount == 0)
+        return;
     // Room for this polygon, growing geometrically so that a caller appending face after face to
     // one list does not copy it at every call.
     const qsizetype needed = out.size() + cornerCount;
     if (needed > out.capacity())
         out.reserve(std::max(needed, 2 * out.capacity()));
+    out.resize(needed);
+    Index *destination = out.data() + (needed - cornerCount);
     for (int k = 0; k < cornerCount; ++k)
-        out.append(static_cast<Index>(indices[corners[k]]));
+        destination[k] = static_cast<Index>(indices[corners[k]]);
 }
 
 template<typename Index>

@@ -1,0 +1,42 @@
+#pragma once
+
+// Internal steps of Triangulate3D, shared by its overloads and reachable by the tests through the
+// static library. Not installed.
+
+#include "VectorNormalization.h"
+
+#include <QVector3D>
+
+namespace Vardune::Qel {
+
+// One corner of the ring that ear clipping walks. `next` and `prev` are corner numbers in walking
+// order, which runs counter-clockwise in the plane; `cross` and `cosAngle` compare the unit
+// directions from this corner to `next` and to `prev`.
+struct EarVertex
+{
+    int next;
+    int prev;
+    float cross;
+    float cosAngle;
+    bool active;
+    bool isEar;
+};
+
+// The sum of the cross products of consecutive absolute corner positions, normalised in place: it
+// points to the side from which the corners run counter-clockwise. Reads nothing when count <= 0.
+QVector3D ComputePolygonNormal(int count, const int *indices, const float *positions);
+
+// Writes count points (count >= 1) into `points`: the corners in a right-handed frame of the plane
+// through corner 0, seen from the side into which `normal` points. Point 0 is exactly (0, 0).
+void ProjectPolygonToPlane(
+    const QVector3D &normal, int count, const int *indices, const float *positions, Vector2f *points);
+
+// Cuts the polygon into triangles of corner numbers, written to `corners` (room for 3 × (count − 2)
+// entries), and returns how many were written: 3 × (count − 2), or 0 after a warning when count < 3
+// (nothing is read then) or when no ear is left. `reversed` says that the points run clockwise.
+int TriangulatePolygon2D(int count, const Vector2f *points, bool reversed, int *corners);
+
+// Recomputes `cross`, `cosAngle` and `isEar` of ring[i] from its present neighbours.
+void UpdateEarState(int i, int count, const Vector2f *points, EarVertex *ring);
+
+} // namespace Vardune::Qel

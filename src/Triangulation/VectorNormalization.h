@@ -1,0 +1,63 @@
+#pragma once
+
+// The one normalisation rule of the library's geometry code, in single precision: the length comes
+// from the float overloads of std::hypot; a length within kNormalizationTolerance of 1 leaves the
+// vector as it is (so already-unit vectors are not perturbed by a division), and a length of at most
+// kNormalizationTolerance counts as no direction at all. Every stage that normalises uses these
+// functions so that their results agree to the bit.
+
+#include <cmath>
+
+namespace Vardune::Qel {
+
+struct Vector2f
+{
+    float x;
+    float y;
+};
+
+struct Vector3f
+{
+    float x;
+    float y;
+    float z;
+};
+
+constexpr float kNormalizationTolerance = 0.00001f;
+
+// The vector divided by its length; unchanged when the length is already within the tolerance of
+// 1, the zero vector when the length is at most the tolerance.
+inline Vector2f normalized(Vector2f v)
+{
+    const float length = std::hypot(v.x, v.y);
+    if (std::abs(length - 1.0f) <= kNormalizationTolerance)
+        return v;
+    if (length <= kNormalizationTolerance)
+        return { 0.0f, 0.0f };
+    return { v.x / length, v.y / length };
+}
+
+// The 3D form of the rule above.
+inline Vector3f normalized(Vector3f v)
+{
+    const float length = std::hypot(v.x, v.y, v.z);
+    if (std::abs(length - 1.0f) <= kNormalizationTolerance)
+        return v;
+    if (length <= kNormalizationTolerance)
+        return { 0.0f, 0.0f, 0.0f };
+    return { v.x / length, v.y / length, v.z / length };
+}
+
+// Normalises in place; unlike the copy form, a near-zero vector is left as it is rather than
+// zeroed, so that a caller can still tell a tiny vector from none.
+inline void normalize(Vector3f &v)
+{
+    const float length = std::hypot(v.x, v.y, v.z);
+    if (std::abs(length - 1.0f) <= kNormalizationTolerance || length <= kNormalizationTolerance)
+        return;
+    v.x /= length;
+    v.y /= length;
+    v.z /= length;
+}
+
+} // namespace Vardune::Qel

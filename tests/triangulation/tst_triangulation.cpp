@@ -1,0 +1,442 @@
+#include "Diagnostics.h"
+#include "FindDegenerateTriangle.h"
+#include "MessageCapture.h"
+#include "PolygonTriangulation.h"
+#include "Triangulate3D.h"
+
+#include <QRandomGenerator>
+#include <QTest>
+
+#include <algorithm>
+#include <cmath>
+
+using namespace Vardune::Qel;
+
+namespace {
+
+const QString kTooFewCorners = QStringLiteral("Cannot triangulate a polygon with fewer than 3 vertices");
+const QString kNoEar = QStringLiteral("Unable to triangulate polygon.");
+
+// QVector3D's meta type belongs to the GUI module, which a GUI-less test does not register.
+struct Normal
+{
+    float x, y, z;
+    operator QVector3D() const { return QVector3D(x, y, z); }
+};
+
+// Positions of vertices 0, 1, ... given as (x, y) in the z = 0 plane.
+QList<float> planarPositions(std::initializer_list<float> xy)
+{
+    QList<float> positions;
+    const float *p = xy.begin();
+    for (size_t k = 0; k + 1 < xy.size(); k += 2)
+        positions << p[k] << p[k + 1] << 0.0f;
+    return positions;
+}
+
+QList<int> identityIndices(qsizetype count)
+{
+    QList<int> indices;
+    for (int k = 0; k < count; ++k)
+        indices << k;
+    return indices;
+}
+
+QList<unsigned int> widened(const QList<unsigned short> &list)
+{
+    return QList<unsigned int>(list.begin(), list.end());
+}
+
+// Both output widths, each appended to a list that already holds one entry.
+void triangulateBoth(const Normal *normal, const QList<int> &indices, const QList<float> &positions,
+    QList<unsigned int> &wide, QList<unsigned short> &narrow)
+{
+    wide = { 7u };
+    narrow = { 7u };
+    const int count = int(indices.size());
+    if (normal) {
+        const QVector3D vector = *normal;
+        Triangulate3D(vector, count, indices.constData(), positions.constData(), wide);
+        Triangulate3D(vector, count, indices.constData(), positions.constData(), narrow);
+    } else {
+        Triangulate3D(count, indices.constData(), positions.constData(), wide);
+        Triangulate3D(count, indices.constData(), positions.constData(), narrow);
+    }
+}
+
+float signedArea(QPointF a, QPointF b, QPointF c)
+{
+    return float(((b.x() - a.x()) * (c.y() - a.y()) - (b.y() - a.y()) * (c.x() - a.x())) / 2);
+}
+
+} // namespace
+
+Q_DECLARE_METATYPE(Normal)
+
+class TestTriangulation : public QObject
+{
+    Q_OBJECT
+
+private slots:
+    void initTestCase();
+
+    void triangulatesWithGivenNormal_data();
+    void triangulatesWithGivenNormal();
+    void failureWarnsAndAppendsNothing_data();
+    void failureWarnsAndAppendsNothing();
+    void emptyPolygonReadsNothing_data();
+    void emptyPolygonReadsNothing();
+    void sixteenBitListKeepsLowBits();
+    void computedNormalKeepsWinding_data();
+    void computedNormalKeepsWinding();
+    void projectionSwitchesAxisAboveStrictThreshold_data();
+    void projectionSwitchesAxisAboveStrictThreshold();
+    void randomSimplePolygonsAreCoveredCounterClockwise();
+
+    void findsDegenerateTriangle_data();
+    void findsDegenerateTriangle();
+    void startAtOrPastEndReadsNothing();
+};
+
+void TestTriangulation::initTestCase()
+{
+    // The warnings must be written whatever the logging switch says, so run with it off.
+    qputenv("QEL_ENABLE_LOGGING", "0");
+    QVERIFY(!isLoggingEnabled());
+}
+
+void TestTriangulation::triangulatesWithGivenNormal_data()
+{
+    QTest::addColumn<Normal>("normal");
+    QTest::addColumn<QList<float>>("positions");
+    QTest::addColumn<QList<int>>("indices");
+    QTest::addColumn<QList<unsigned int>>("expected");
+
+    const Normal up { 0, 0, 1 };
+    const Normal down { 0, 0, -1 };
+    const QList<float> triangle = planarPositions({ 0, 0, 1, 0, 0, 1 });
+    const QList<float> square = planarPositions({ 0, 0, 1, 0, 1, 1, 0, 1 });
+    QTest::newRow("triangle counter-clockwise")
+        << up << triangle << QList<int> { 0, 1, 2 } << QList<unsigned> { 0, 1, 2 };
+    QTest::newRow("triangle clockwise") << down << triangle << QList<int> { 0, 1, 2 } << QList<unsigned> { 0, 2, 1 };
+    QTest::newRow("vertex numbers mapped") << up << triangle << QList<int> { 2, 0, 1 } << QList<unsigned> { 2, 0, 1 };
+    QTest::newRow("square counter-clockwise")
+        << up << square << QList<int> { 0, 1, 2, 3 } << QList<unsigned> { 0, 1, 3, 1, 2, 3 };
+    QTest::newRow("square clockwise") << down << square << QList<int> { 0, 1, 2, 3 }
+                                      << QList<unsigned> { 0, 3, 1, 1, 3, 2 };
+    QTest::newRow("unnormalised normal") << Normal { 0, 0, 250 } << square << QList<int> { 0, 1, 2, 3 }
+                                         << QList<unsigned> { 0, 1, 3, 1, 2, 3 };
+    // Concave at corner 2: the 1-3 diagonal runs outside, and is kept all the same.
+    QTest::newRow("concave quadrilateral") << up << planarPositions({ 0, 0, 2, 0, 0.5f, 0.5f, 0, 2 })
+                                           << QList<int> { 0, 1, 2, 3 } << QList<unsigned> { 0, 1, 3, 1, 2, 3 };
+    QTest::newRow("zero normal, triangle")
+        << Normal { 0, 0, 0 } << triangle << QList<int> { 0, 2, 1 } << QList<unsigned> { 0, 2, 1 };
+    QTest::newRow("zero normal, square") << Normal { 0, 0, 0 } << square << QList<int> { 3, 2, 1, 0 }
+                                         << QList<unsigned> { 3, 2, 0, 2, 1, 0 };
+    // A winding sum that is not a number counts as clockwise.
+    QTest::newRow("NaN winding") << up << planarPositions({ 0, 0, std::nanf(""), 0, 0, 1 }) << QList<int> { 0, 1, 2 }
+                                 << QList<unsigned> { 0, 2, 1 };
+    // Sharpest corner 3 first; then corners 0, 1, 2, 4 tie at cosine 0 and corner 0 wins; the last
+    // triangle is built around corner 1, the lowest still active.
+    QTest::newRow("pentagon") << up << planarPositions({ 0, 0, 2, 0, 2, 1, 1, 3, 0, 1 }) << identityIndices(5)
+                              << QList<unsigned> { 2, 3, 4, 4, 0, 1, 4, 1, 2 };
+    QTest::newRow("pentagon clockwise") << down << planarPositions({ 0, 0, 2, 0, 2, 1, 1, 3, 0, 1 })
+                                        << identityIndices(5) << QList<unsigned> { 4, 3, 2, 1, 0, 4, 2, 1, 4 };
+    // A square with a square hole, joined by a bridge from (0, 0) to (1, 1) that the outline runs
+    // along twice: the repeated corners sit on the borders of the ears around them.
+    const QList<float> keyhole = planarPositions({ 0, 0, 4, 0, 4, 4, 0, 4, 0, 0, 1, 1, 1, 3, 3, 3, 3, 1, 1, 1 });
+    const QList<unsigned> keyholeTriangles { 9, 0, 1, 8, 9, 1, 8, 1, 2, 7, 8, 2, 7, 2, 3, 6, 7, 3, 6, 3, 4, 6, 4, 5 };
+    QTest::newRow("keyhole") << up << keyhole << identityIndices(10) << keyholeTriangles;
+}
+
+void TestTriangulation::triangulatesWithGivenNormal()
+{
+    QFETCH(Normal, normal);
+    QFETCH(QList<float>, positions);
+    QFETCH(QList<int>, indices);
+    QFETCH(QList<unsigned int>, expected);
+
+    MessageCapture capture;
+    QList<unsigned int> wide;
+    QList<unsigned short> narrow;
+    triangulateBoth(&normal, indices, positions, wide, narrow);
+    expected.prepend(7u);
+    QCOMPARE(wide, expected);
+    QCOMPARE(widened(narrow), expected);
+    QCOMPARE(capture.messages().size(), 0);
+}
+
+void TestTriangulation::failureWarnsAndAppendsNothing_data()
+{
+    QTest::addColumn<Normal>("normal");
+    QTest::addColumn<QList<float>>("positions");
+    QTest::addColumn<QList<int>>("indices");
+    QTest::addColumn<QString>("warning");
+    QTest::addColumn<bool>("failsWithComputedNormal");
+
+    const Normal up { 0, 0, 1 };
+    const QList<float> onAxis = planarPositions({ 0, 0, 1, 0, 2, 0, 3, 0, 4, 0, 5, 0 });
+    QTest::newRow("five collinear") << up << onAxis << identityIndices(5) << kNoEar << true;
+    QTest::newRow("six collinear, back and forth") << up << onAxis << QList<int> { 0, 2, 4, 5, 3, 1 } << kNoEar << true;
+    // Every point projects to (0, 0); the computed normal would be fine.
+    QTest::newRow("zero normal, pentagon") << Normal { 0, 0, 0 } << planarPositions({ 0, 0, 2, 0, 2, 1, 1, 3, 0, 1 })
+                                           << identityIndices(5) << kNoEar << false;
+    QTest::newRow("one corner") << up << onAxis << QList<int> { 3 } << kTooFewCorners << true;
+    QTest::newRow("two corners") << up << onAxis << QList<int> { 3, 4 } << kTooFewCorners << true;
+}
+
+void TestTriangulation::failureWarnsAndAppendsNothing()
+{
+    QFETCH(Normal, normal);
+    QFETCH(QList<float>, positions);
+    QFETCH(QList<int>, indices);
+    QFETCH(QString, warning);
+    QFETCH(bool, failsWithComputedNormal);
+
+    for (bool withNormal : { true, false }) {
+        if (!withNormal && !failsWithComputedNormal)
+            continue;
+        MessageCapture capture;
+        QList<unsigned int> wide;
+        QList<unsigned short> narrow;
+        triangulateBoth(withNormal ? &normal : nullptr, indices, positions, wide, narrow);
+        QCOMPARE(wide, QList<unsigned int> { 7u });
+        QCOMPARE(narrow, QList<unsigned short> { 7u });
+        QCOMPARE(capture.texts(QtWarningMsg), QStringList(2, warning));
+        QCOMPARE(capture.messages().size(), 2);
+        QVERIFY(!capture.messages().constFirst().hasContext);
+    }
+}
+
+void TestTriangulation::emptyPolygonReadsNothing_data()
+{
+    QTest::addColumn<int>("count");
+    QTest::newRow("0") << 0;
+    QTest::newRow("-1") << -1;
+}
+
+void TestTriangulation::emptyPolygonReadsNothing()
+{
+    QFETCH(int, count);
+
+    MessageCapture capture;
+    QList<unsigned int> wide { 7u };
+    QList<unsigned short> narrow { 7u };
+    const QVector3D normal(0, 0, 1);
+    Triangulate3D(normal, count, nullptr, nullptr, wide);
+    Triangulate3D(normal, count, nullptr, nullptr, narrow);
+    Triangulate3D(count, nullptr, nullptr, wide);
+    Triangulate3D(count, nullptr, nullptr, narrow);
+    QCOMPARE(wide, QList<unsigned int> { 7u });
+    QCOMPARE(narrow, QList<unsigned short> { 7u });
+    QCOMPARE(capture.texts(QtWarningMsg), QStringList(4, kTooFewCorners));
+}
+
+void TestTriangulation::sixteenBitListKeepsLowBits()
+{
+    QList<float> positions(3 * 70001, 0.0f);
+    positions[3 * 1] = 1.0f;
+    positions[3 * 70000 + 1] = 1.0f;
+    const QList<int> indices { 0, 1, 70000 };
+
+    QList<unsigned int> wide;
+    QList<unsigned short> narrow;
+    triangulateBoth(nullptr, indices, positions, wide, narrow);
+    QCOMPARE(wide, (QList<unsigned int> { 7, 0, 1, 70000 }));
+    QCOMPARE(narrow, (QList<unsigned short> { 7, 0, 1, 4464 }));
+}
+
+void TestTriangulation::computedNormalKeepsWinding_data()
+{
+    QTest::addColumn<QList<float>>("positions");
+    QTest::addColumn<QList<int>>("indices");
+    QTest::addColumn<float>("area");
+
+    // An L-shaped hexagon of area 3, concave at corner 3.
+    const QList<float> letterL = planarPositions({ 0, 0, 2, 0, 2, 1, 1, 1, 1, 2, 0, 2 });
+    QTest::newRow("L counter-clockwise") << letterL << QList<int> { 0, 1, 2, 3, 4, 5 } << 3.0f;
+    QTest::newRow("L clockwise") << letterL << QList<int> { 5, 4, 3, 2, 1, 0 } << -3.0f;
+    QTest::newRow("L clockwise, other start") << letterL << QList<int> { 3, 2, 1, 0, 5, 4 } << -3.0f;
+}
+
+void TestTriangulation::computedNormalKeepsWinding()
+{
+    QFETCH(QList<float>, positions);
+    QFETCH(QList<int>, indices);
+    QFETCH(float, area);
+
+    QList<unsigned int> wide;
+    QList<unsigned short> narrow;
+    triangulateBoth(nullptr, indices, positions, wide, narrow);
+    QCOMPARE(wide.size(), 1 + 3 * (indices.size() - 2));
+    QCOMPARE(widened(narrow), wide);
+
+    const auto point = [&](unsigned int v) { return QPointF(positions[3 * v], positions[3 * v + 1]); };
+    float sum = 0;
+    for (qsizetype t = 1; t < wide.size(); t += 3) {
+        const float triangleArea = signedArea(point(wide[t]), point(wide[t + 1]), point(wide[t + 2]));
+        QVERIFY2(triangleArea * area >= 0, qPrintable(QStringLiteral("triangle at %1").arg(t)));
+        sum += triangleArea;
+    }
+    QCOMPARE(sum, area);
+}
+
+void TestTriangulation::projectionSwitchesAxisAboveStrictThreshold_data()
+{
+    QTest::addColumn<Normal>("normal");
+    QTest::addColumn<float>("unitX");
+
+    // U = y × n and U = z × n run along x with opposite signs when n.y and n.z share theirs.
+    QTest::newRow("0.95 switches to z") << Normal { 0, 0.95f, 0.31f } << -1.0f;
+    QTest::newRow("-0.95 switches to z") << Normal { 0, -0.95f, -0.31f } << 1.0f;
+    QTest::newRow("0.9 keeps y") << Normal { 0, 0.9f, 0.44f } << 1.0f;
+    // The raw y component is tested: normalised, this one would be far below 0.9.
+    QTest::newRow("long normal switches to z") << Normal { 0, 1.0f, 8.0f } << -1.0f;
+}
+
+void TestTriangulation::projectionSwitchesAxisAboveStrictThreshold()
+{
+    QFETCH(Normal, normal);
+    QFETCH(float, unitX);
+
+    const QList<float> positions { 5, 6, 7, 6, 6, 7 };
+    const int indices[] = { 0, 1 };
+    Vector2f points[2] = { { 9, 9 }, { 9, 9 } };
+    ProjectPolygonToPlane(normal, 2, indices, positions.constData(), points);
+    QCOMPARE(points[0].x, 0.0f);
+    QCOMPARE(points[0].y, 0.0f);
+    QCOMPARE(points[1].x, unitX);
+}
+
+void TestTriangulation::randomSimplePolygonsAreCoveredCounterClockwise()
+{
+    QRandomGenerator random(20240611);
+    int triangulated = 0;
+    const int kPolygons = 2000;
+    for (int polygon = 0; polygon < kPolygons; ++polygon) {
+        // A star-shaped polygon around the origin: sorted angles, random radii (concave for most).
+        const int n = 5 + int(random.bounded(28));
+        // Angles jittered within their own sectors keep every gap below pi, so the origin sees the
+        // whole outline and the polygon stays simple.
+        QList<QPointF> outline;
+        double area = 0;
+        for (int k = 0; k < n; ++k) {
+            const double angle = (k + random.bounded(0.8)) * 2 * M_PI / n;
+            const double radius = 0.2 + random.bounded(1.0);
+            outline << QPointF(radius * std::cos(angle), radius * std::sin(angle));
+        }
+        for (int k = 0; k < n; ++k)
+            area += signedArea(QPointF(), outline[k], outline[(k + 1) % n]);
+
+        // Embedded in a random plane, with vertex numbers shuffled and the winding flipped at times.
+        const QVector3D axisU
+            = QVector3D(float(random.bounded(2.0) - 1), float(random.bounded(2.0) - 1), 1).normalized();
+        const QVector3D axisV = QVector3D::crossProduct(axisU, QVector3D(0.3f, -0.5f, 0.8f)).normalized();
+        const QVector3D normal = QVector3D::crossProduct(axisU, axisV) * float(0.5 + random.bounded(4.0));
+        const QVector3D offset(float(random.bounded(10.0)), float(random.bounded(10.0)), 0);
+        const bool clockwise = random.bounded(2) == 1;
+        QList<int> vertexOfCorner = identityIndices(n);
+        std::shuffle(vertexOfCorner.begin(), vertexOfCorner.end(), random);
+        QList<float> positions(3 * n);
+        QList<int> indices;
+        for (int k = 0; k < n; ++k) {
+            const int corner = clockwise ? n - 1 - k : k;
+            const int vertex = vertexOfCorner[corner];
+            const QVector3D p = offset + axisU * float(outline[corner].x()) + axisV * float(outline[corner].y());
+            positions[3 * vertex] = p.x();
+            positions[3 * vertex + 1] = p.y();
+            positions[3 * vertex + 2] = p.z();
+            indices << vertex;
+        }
+
+        // Back to plane coordinates through the vertex numbers.
+        const auto point = [&](unsigned int v) {
+            const QVector3D p = QVector3D(positions[3 * v], positions[3 * v + 1], positions[3 * v + 2]) - offset;
+            return QPointF(QVector3D::dotProduct(p, axisU), QVector3D::dotProduct(p, axisV));
+        };
+        // With the normal given, the triangles run counter-clockwise about it; with it computed,
+        // they keep the input's winding.
+        for (const bool withNormal : { true, false }) {
+            QList<unsigned int> out;
+            {
+                MessageCapture quiet;
+                if (withNormal)
+                    Triangulate3D(normal, n, indices.constData(), positions.constData(), out);
+                else
+                    Triangulate3D(n, indices.constData(), positions.constData(), out);
+            }
+            if (out.isEmpty())
+                continue;
+            ++triangulated;
+            QCOMPARE(out.size(), 3 * (n - 2));
+            const double orientation = withNormal || !clockwise ? 1 : -1;
+            double sum = 0;
+            for (qsizetype t = 0; t < out.size(); t += 3) {
+                const double triangleArea
+                    = orientation * signedArea(point(out[t]), point(out[t + 1]), point(out[t + 2]));
+                QVERIFY2(triangleArea >= -1e-5,
+                    qPrintable(QStringLiteral("polygon %1 (%4), triangle %2: %3")
+                                   .arg(polygon)
+                                   .arg(t)
+                                   .arg(triangleArea)
+                                   .arg(withNormal)));
+                sum += triangleArea;
+            }
+            QVERIFY2(std::abs(sum - area) <= 1e-4 * std::max(1.0, area),
+                qPrintable(QStringLiteral("polygon %1: %2 != %3").arg(polygon).arg(sum).arg(area)));
+        }
+    }
+    // Ear clipping cannot fail on a simple polygon; rounding may stop it only rarely.
+    QVERIFY2(triangulated >= 2 * kPolygons * 99 / 100, qPrintable(QString::number(triangulated)));
+}
+
+void TestTriangulation::findsDegenerateTriangle_data()
+{
+    QTest::addColumn<QList<float>>("positions");
+    QTest::addColumn<QList<unsigned int>>("indices");
+    QTest::addColumn<int>("count");
+    QTest::addColumn<int>("start");
+    QTest::addColumn<int>("expected");
+
+    // Vertices: 0 (0, 0), 1 (1, 0), 2 (2, 0), 3 (0, 1), 4 (2, 0.001), 5 (2, 0.1), 6 (0, 0) again.
+    const QList<float> points { 0, 0, 1, 0, 2, 0, 0, 1, 2, 0.001f, 2, 0.1f, 0, 0 };
+    const QList<unsigned int> good { 0, 1, 3 };
+    const QList<unsigned int> bad { 0, 1, 2 };
+    QTest::newRow("collinear") << points << bad << 3 << 0 << 0;
+    QTest::newRow("collinear, reversed") << points << QList<unsigned> { 2, 1, 0 } << 3 << 0 << 0;
+    QTest::newRow("proper") << points << good << 3 << 0 << -1;
+    QTest::newRow("two coincident corners") << points << QList<unsigned> { 0, 6, 1 } << 3 << 0 << 0;
+    QTest::newRow("same vertex twice") << points << QList<unsigned> { 3, 1, 1 } << 3 << 0 << 0;
+    QTest::newRow("all coincident") << points << QList<unsigned> { 0, 6, 0 } << 3 << 0 << -1;
+    QTest::newRow("flat within tolerance") << points << QList<unsigned> { 0, 1, 4 } << 3 << 0 << 0;
+    QTest::newRow("flat beyond tolerance") << points << QList<unsigned> { 0, 1, 5 } << 3 << 0 << -1;
+    QTest::newRow("second of two") << points << good + bad << 6 << 0 << 3;
+    QTest::newRow("first of two wins") << points << bad + bad << 6 << 0 << 0;
+    QTest::newRow("start skips first") << points << bad + good << 6 << 3 << -1;
+    QTest::newRow("start finds second") << points << good + bad << 6 << 3 << 3;
+    QTest::newRow("start off the grid") << points << QList<unsigned> { 3, 0, 1, 2, 3, 0 } << 6 << 1 << 1;
+    QTest::newRow("trailing pair ignored") << points << good + QList<unsigned> { 0, 1 } << 5 << 0 << -1;
+    QTest::newRow("count cuts a triangle") << points << good + bad << 5 << 0 << -1;
+    QTest::newRow("count of none") << points << bad << 0 << 0 << -1;
+}
+
+void TestTriangulation::findsDegenerateTriangle()
+{
+    QFETCH(QList<float>, positions);
+    QFETCH(QList<unsigned int>, indices);
+    QFETCH(int, count);
+    QFETCH(int, start);
+    QFETCH(int, expected);
+
+    QCOMPARE(FindDegenerateTriangle(count, indices.constData(), positions.constData(), start), expected);
+}
+
+void TestTriangulation::startAtOrPastEndReadsNothing()
+{
+    QCOMPARE(FindDegenerateTriangle(6, nullptr, nullptr, 6), -1);
+    QCOMPARE(FindDegenerateTriangle(6, nullptr, nullptr, 100), -1);
+    QCOMPARE(FindDegenerateTriangle(0, nullptr, nullptr, 0), -1);
+}
+
+QTEST_GUILESS_MAIN(TestTriangulation)
+#include "tst_triangulation.moc"

@@ -16,6 +16,8 @@
 #include <QOpenGLExtraFunctions>
 #include <QSysInfo>
 
+#include <utility>
+
 namespace Vardune::Qel {
 
 namespace {
@@ -34,9 +36,9 @@ TextureCache &textureCache()
     return *cache;
 }
 
-// Greyscale, indexed, 24-bit and 16-bit-per-channel images hold fewer or more than four bytes
-// per pixel; RGB32 already has B, G, R and an opaque fourth byte. Rows of 32-bit images are
-// always width * 4 bytes, so the result is tightly packed.
+// ARGB32 and RGB32 (whose fourth byte is always 0xff) are uploaded as they are; every other
+// layout (greyscale, indexed, 24-bit, 16-bit-per-channel, premultiplied) is converted. Rows of
+// 32-bit images are always width * 4 bytes, so the result is tightly packed.
 QImage toBgra(QImage image)
 {
     if (image.format() == QImage::Format_ARGB32 || image.format() == QImage::Format_RGB32)

@@ -1,0 +1,333 @@
+#include "GLTestContext.h"
+#include "MessageCapture.h"
+
+#include <LoadTexture.h>
+#include <QelGL/Texture.h>
+
+#include <QDir>
+#include <QFile>
+#include <QImage>
+#include <QTemporaryDir>
+#include <QTest>
+
+#include <dlfcn.h>
+#include <link.h>
+
+using namespace Vardune::Qel;
+
+namespace {
+
+// A picture that differs from row to row and column to column, so that a flipped, shifted or
+// mis-strided upload shows, and that changes smoothly enough for JPEG to keep it close.
+QImage makePicture(QImage::Format format, QSize size)
+{
+    QImage picture(size, format);
+    const int w = size.width() - 1;
+    const int h = size.height() - 1;
+    if (format == QImage::Format_Indexed8) {
+        QList<QRgb> table(256);
+        for (int i = 0; i < 256; ++i)
+            table[i] = qRgb(i, 255 - i, i / 2);
+        picture.setColorTable(table);
+        for (int y = 0; y <= h; ++y)
+            for (int x = 0; x <= w; ++x)
+                picture.setPixel(x, y, x * 160 / w + y * 95 / h);
+        return picture;
+    }
+    for (int y = 0; y <= h; ++y) {
+        for (int x = 0; x <= w; ++x) {
+            QColor colour(x * 255 / w, y * 255 / h, 200 - x * 100 / w, 255 - y * 200 / h);
+            if (format == QImage::Format_RGBA64) // 16-bit values that 8 bits hold exactly
+                colour = QColor::fromRgba64(
+                    colour.red() * 257, colour.green() * 257, colour.blue() * 257, colour.alpha() * 257);
+            picture.setPixelColor(x, y, colour);
+        }
+    }
+    return picture;
+}
+
+QByteArray readLevel(GLTestContext &gl, const Texture *texture, int level)
+{
+    int width = 0;
+    int height = 0;
+    gl.functions()->glGetTextureLevelParameteriv(texture->textureId(), level, GL_TEXTURE_WIDTH, &width);
+    gl.functions()->glGetTextureLevelParameteriv(texture->textureId(), level, GL_TEXTURE_HEIGHT, &height);
+    QByteArray texels(width * height * 4, Qt::Uninitialized);
+    gl.functions()->glPixelStorei(GL_PACK_ALIGNMENT, 1);
+    gl.functions()->glGetTextureImage(
+        texture->textureId(), level, GL_BGRA, GL_UNSIGNED_BYTE, int(texels.size()), texels.data());
+    return texels;
+}
+
+QString writePicture(const QTemporaryDir &dir, const QString &name, QSize size = QSize(8, 4))
+{
+    const QString path = dir.filePath(name);
+    makePicture(QImage::Format_RGB32, size).save(path, "PNG");
+    return path;
+}
+
+void addPixelRow(
+    const char *tag, const char *fileFormat, QImage::Format picture, QSize size, QImage::Format decoded, int tolerance)
+{
+    QTest::newRow(tag) << QByteArray(fileFormat) << picture << size << decoded << tolerance;
+}
+
+// Mesa's DRI driver keeps what it builds for mipmap generation in its own globals, and it is
+// unloaded when the display closes at exit, before the leak checker looks: that memory would then
+// seem leaked. Pinning the loaded driver keeps it reachable, so sanitizer builds report real leaks.
+void pinGLDriver()
+{
+    QList<QByteArray> drivers;
+    dl_iterate_phdr(
+        [](dl_phdr_info *info, size_t, void *found) {
+            if (QByteArray(info->dlpi_name).endsWith("_dri.so"))
+                static_cast<QList<QByteArray> *>(found)->append(info->dlpi_name);
+            return 0;
+        },
+        &drivers);
+    for (const QByteArray &driver : drivers)
+        dlopen(driver.constData(), RTLD_NOW | RTLD_NOLOAD | RTLD_NODELETE);
+}
+
+} // namespace
+
+class TestTexture : public QObject
+{
+    Q_OBJECT
+
+private slots:
+    void initTestCase();
+    void loadsNothingWithoutCurrentContext();
+    void pixelsArriveBottomRowFirst_data();
+    void pixelsArriveBottomRowFirst();
+    void samplingAndMipmapLevelsAreSet();
+    void repeatedPathReturnsCachedTextureWithoutFileOrContext();
+    void spellingsOfOneFileAreDifferentTextures();
+    void unreadablePathsGiveNullSilently_data();
+    void unreadablePathsGiveNullSilently();
+    void missingFileLoadsOnceItAppears();
+};
+
+void TestTexture::initTestCase()
+{
+    GLTestContext gl;
+    QEL_REQUIRE_GL(gl);
+    pinGLDriver();
+}
+
+void TestTexture::loadsNothingWithoutCurrentContext()
+{
+    QTemporaryDir dir;
+    const QString path = writePicture(dir, QStringLiteral("picture.png"));
+    QVERIFY(QOpenGLContext::currentContext() == nullptr);
+    QCOMPARE(LoadTexture(path), nullptr);
+
+    GLTestContext gl;
+    QEL_REQUIRE_GL(gl);
+    QVERIFY(LoadTexture(path) != nullptr);
+}
+
+void TestTexture::pixelsArriveBottomRowFirst_data()
+{
+    QTest::addColumn<QByteArray>("fileFormat");
+    QTest::addColumn<QImage::Format>("pictureFormat");
+    QTest::addColumn<QSize>("size");
+    QTest::addColumn<QImage::Format>("decodedFormat"); // proves which layout the upload converts from
+    QTest::addColumn<int>("tolerance");
+
+    const QSize square(16, 16);
+    const QSize odd(33, 17); // rows of 33, 66 and 99 bytes, which QImage pads and OpenGL must not
+    addPixelRow("PNG grey", "PNG", QImage::Format_Grayscale8, square, QImage::Format_Grayscale8, 0);
+    addPixelRow("PNG indexed", "PNG", QImage::Format_Indexed8, square, QImage::Format_Indexed8, 0);
+    addPixelRow("PNG RGB888", "PNG", QImage::Format_RGB888, square, QImage::Format_RGB32, 0);
+    addPixelRow("PNG RGB32", "PNG", QImage::Format_RGB32, square, QImage::Format_RGB32, 0);
+    addPixelRow("PNG ARGB32 alpha", "PNG", QImage::Format_ARGB32, square, QImage::Format_ARGB32, 0);
+    addPixelRow("PNG 16-bit RGBA", "PNG", QImage::Format_RGBA64, square, QImage::Format_RGBA64, 0);
+    addPixelRow("PNG 16-bit grey", "PNG", QImage::Format_Grayscale16, square, QImage::Format_Grayscale16, 0);
+    addPixelRow("PNG grey 33x17", "PNG", QImage::Format_Grayscale8, odd, QImage::Format_Grayscale8, 0);
+    addPixelRow("PNG indexed 33x17", "PNG", QImage::Format_Indexed8, odd, QImage::Format_Indexed8, 0);
+    addPixelRow("PNG ARGB32 33x17", "PNG", QImage::Format_ARGB32, odd, QImage::Format_ARGB32, 0);
+    addPixelRow("BMP grey", "BMP", QImage::Format_Grayscale8, square, QImage::Format_Indexed8, 0);
+    addPixelRow("BMP indexed", "BMP", QImage::Format_Indexed8, square, QImage::Format_Indexed8, 0);
+    addPixelRow("BMP RGB888 33x17", "BMP", QImage::Format_RGB888, odd, QImage::Format_RGB32, 0);
+    addPixelRow("BMP RGB32", "BMP", QImage::Format_RGB32, square, QImage::Format_RGB32, 0);
+    addPixelRow("JPEG grey", "JPEG", QImage::Format_Grayscale8, square, QImage::Format_Grayscale8, 4);
+    addPixelRow("JPEG indexed", "JPEG", QImage::Format_Indexed8, square, QImage::Format_RGB32, 12);
+    addPixelRow("JPEG RGB888 33x17", "JPEG", QImage::Format_RGB888, odd, QImage::Format_RGB32, 12);
+    addPixelRow("JPEG RGB32", "JPEG", QImage::Format_RGB32, square, QImage::Format_RGB32, 12);
+}
+
+void TestTexture::pixelsArriveBottomRowFirst()
+{
+    QFETCH(QByteArray, fileFormat);
+    QFETCH(QImage::Format, pictureFormat);
+    QFETCH(QSize, size);
+    QFETCH(QImage::Format, decodedFormat);
+    QFETCH(int, tolerance);
+    GLTestContext gl;
+    QEL_REQUIRE_GL(gl);
+
+    QTemporaryDir dir;
+    const QString path = dir.filePath(QStringLiteral("picture.") + QString::fromLatin1(fileFormat).toLower());
+    const QImage picture = makePicture(pictureFormat, size);
+    QVERIFY(picture.save(path, fileFormat.constData(), 100));
+    QCOMPARE(QImage(path).format(), decodedFormat);
+
+    const Texture *texture = LoadTexture(path);
+    QVERIFY(texture != nullptr);
+    QCOMPARE(gl.functions()->glGetError(), GLenum(GL_NO_ERROR));
+    QCOMPARE(texture->width(), size.width());
+    QCOMPARE(texture->height(), size.height());
+
+    const QByteArray texels = readLevel(gl, texture, 0);
+    QCOMPARE(texels.size(), size.width() * size.height() * 4);
+    // Texture row 0 is t = 0, so the picture's top row (y = 0) belongs in the last texture row.
+    int worst = 0;
+    for (int y = 0; y < size.height(); ++y) {
+        for (int x = 0; x < size.width(); ++x) {
+            const QColor expected = picture.pixelColor(x, y);
+            const auto *texel = reinterpret_cast<const uchar *>(texels.constData())
+                + ((size.height() - 1 - y) * size.width() + x) * 4;
+            const int channels[4][2] = { { texel[0], expected.blue() }, { texel[1], expected.green() },
+                { texel[2], expected.red() }, { texel[3], expected.alpha() } };
+            for (const auto &channel : channels)
+                worst = qMax(worst, qAbs(channel[0] - channel[1]));
+            if (worst > tolerance)
+                QFAIL(qPrintable(QStringLiteral("picture pixel (%1, %2) is off by %3").arg(x).arg(y).arg(worst)));
+        }
+    }
+}
+
+void TestTexture::samplingAndMipmapLevelsAreSet()
+{
+    GLTestContext gl;
+    QEL_REQUIRE_GL(gl);
+    QTemporaryDir dir;
+    const QString path = writePicture(dir, QStringLiteral("square.png"), QSize(64, 64));
+    gl.functions()->glPixelStorei(GL_UNPACK_ALIGNMENT, 4);
+
+    Texture *texture = LoadTexture(path);
+    QVERIFY(texture != nullptr);
+    QCOMPARE(texture->target(), GLenum(GL_TEXTURE_2D));
+    QCOMPARE(texture->internalFormat(), GL_RGBA);
+    QVERIFY(texture->isReadOnly());
+
+    QOpenGLFunctions_4_5_Core *f = gl.functions();
+    const std::pair<GLenum, GLint> parameters[] = {
+        { GL_TEXTURE_MIN_FILTER, GL_LINEAR_MIPMAP_LINEAR },
+        { GL_TEXTURE_MAG_FILTER, GL_LINEAR },
+        { GL_TEXTURE_WRAP_S, GL_REPEAT },
+        { GL_TEXTURE_WRAP_T, GL_REPEAT },
+        { GL_TEXTURE_BASE_LEVEL, 0 },
+        { GL_TEXTURE_MAX_LEVEL, 4 },
+    };
+    for (const auto &[name, expected] : parameters) {
+        GLint value = -1;
+        f->glGetTextureParameteriv(texture->textureId(), name, &value);
+        QCOMPARE(value, expected);
+    }
+    // Levels 1 to 4 were generated; level 5 lies beyond the maximum level and stays empty.
+    const int widths[] = { 64, 32, 16, 8, 4, 0 };
+    for (int level = 0; level < 6; ++level) {
+        GLint width = -1;
+        f->glGetTextureLevelParameteriv(texture->textureId(), level, GL_TEXTURE_WIDTH, &width);
+        QCOMPARE(width, widths[level]);
+    }
+
+    GLint alignment = 0;
+    GLint bound = -1;
+    f->glGetIntegerv(GL_UNPACK_ALIGNMENT, &alignment);
+    f->glGetIntegerv(GL_TEXTURE_BINDING_2D, &bound);
+    QCOMPARE(alignment, 1);
+    QCOMPARE(bound, 0);
+    QCOMPARE(f->glGetError(), GLenum(GL_NO_ERROR));
+}
+
+void TestTexture::repeatedPathReturnsCachedTextureWithoutFileOrContext()
+{
+    GLTestContext gl;
+    QEL_REQUIRE_GL(gl);
+    QTemporaryDir dir;
+    const QString path = writePicture(dir, QStringLiteral("cached.png"));
+
+    Texture *first = LoadTexture(path);
+    QVERIFY(first != nullptr);
+    QVERIFY(QFile::remove(path));
+    gl.doneCurrent(); // an OpenGL call now would find no context
+    QCOMPARE(LoadTexture(path), first);
+    QCOMPARE(LoadTexture(path), first);
+}
+
+void TestTexture::spellingsOfOneFileAreDifferentTextures()
+{
+    GLTestContext gl;
+    QEL_REQUIRE_GL(gl);
+    QTemporaryDir dir;
+    const QString absolute = writePicture(dir, QStringLiteral("twice.png"));
+    const QString previous = QDir::currentPath();
+    QVERIFY(QDir::setCurrent(dir.path()));
+
+    Texture *relative = LoadTexture(QStringLiteral("twice.png"));
+    Texture *dotted = LoadTexture(QStringLiteral("./twice.png"));
+    QDir::setCurrent(previous);
+    Texture *full = LoadTexture(absolute);
+
+    QVERIFY(relative != nullptr);
+    QVERIFY(dotted != nullptr);
+    QVERIFY(full != nullptr);
+    QVERIFY(relative != full);
+    QVERIFY(dotted != relative && dotted != full);
+    QVERIFY(relative->textureId() != full->textureId());
+}
+
+void TestTexture::unreadablePathsGiveNullSilently_data()
+{
+    QTest::addColumn<QString>("name");
+    QTest::addColumn<QByteArray>("content"); // written to `name` unless null
+
+    QTest::newRow("directory") << QStringLiteral("folder.png") << QByteArray();
+    QTest::newRow("missing file") << QStringLiteral("absent.png") << QByteArray();
+    QTest::newRow("garbage bytes") << QStringLiteral("garbage.png")
+                                   << QByteArray("\x89PNG\r\n\x1a\nnot an image at all");
+    QTest::newRow("empty file") << QStringLiteral("empty.jpg") << QByteArray("");
+    QTest::newRow("empty path") << QString() << QByteArray();
+}
+
+void TestTexture::unreadablePathsGiveNullSilently()
+{
+    QFETCH(QString, name);
+    QFETCH(QByteArray, content);
+    GLTestContext gl;
+    QEL_REQUIRE_GL(gl);
+    QTemporaryDir dir;
+    const QString path = name.isEmpty() ? QString() : dir.filePath(name);
+    if (QTest::currentDataTag() == QByteArrayLiteral("directory"))
+        QVERIFY(QDir(dir.path()).mkdir(name));
+    if (!content.isNull()) {
+        QFile file(path);
+        QVERIFY(file.open(QIODevice::WriteOnly));
+        file.write(content);
+    }
+
+    MessageCapture capture;
+    QCOMPARE(LoadTexture(path), nullptr);
+    QCOMPARE(LoadTexture(path), nullptr);
+    QVERIFY(capture.messages().isEmpty());
+}
+
+void TestTexture::missingFileLoadsOnceItAppears()
+{
+    GLTestContext gl;
+    QEL_REQUIRE_GL(gl);
+    QTemporaryDir dir;
+    const QString path = dir.filePath(QStringLiteral("later.png"));
+
+    QCOMPARE(LoadTexture(path), nullptr);
+    writePicture(dir, QStringLiteral("later.png"));
+    Texture *texture = LoadTexture(path);
+    QVERIFY(texture != nullptr);
+    QCOMPARE(LoadTexture(path), texture);
+}
+
+QTEST_MAIN(TestTexture)
+#include "tst_texture.moc"

@@ -3,12 +3,17 @@
 #include "ObjReader.h"
 #include "ObjTestFiles.h"
 
+#include "DefaultMaterial.h"
 #include "GLTypes.h"
 #include "MaterialLibrary.h"
 
 #include <QDirIterator>
+#include <QFile>
 #include <QTest>
 #include <QTextStream>
+
+#include <algorithm>
+#include <numeric>
 
 using namespace Vardune::Qel;
 
@@ -60,6 +65,114 @@ Corners cornersOf(const ObjReader &reader)
     return corners;
 }
 
+// The import as a plain sequence of builder calls, one per line, value, corner and face: the
+// state that the bulk import must reproduce for files within the builder's input contract.
+bool feedLineByLine(const QString &path, ModelBuilder &builder)
+{
+    const QString names[3] = { QStringLiteral("va_Vertex"), QStringLiteral("va_Normal"), QStringLiteral("va_TexCoord") };
+    QFile file(path);
+    if (!file.open(QIODevice::ReadOnly | QIODevice::Text))
+        return false;
+    builder.createMaterialGroup(defaultGroup(), makeDefaultMaterial(), -1, 0);
+    QString material = defaultGroup();
+    unsigned int face = 0;
+    unsigned int cornerTotal = 0;
+    QTextStream text(&file);
+    ObjReader reader(&text);
+    reader.setDirectory(QFileInfo(path).dir().absolutePath());
+    for (; reader.hasLine(); reader.advance()) {
+        if (!reader.parse())
+            continue;
+        const auto type = reader.lineType();
+        if (type == ObjLineType::Vertex || type == ObjLineType::Normal || type == ObjLineType::TexCoord) {
+            const QString &name = names[int(type)];
+            const int components = type == ObjLineType::TexCoord ? 2 : 3;
+            if (!builder.hasVertexAttribute(name))
+                builder.createVertexAttribute(name, components, GLType::Float, 0, 0);
+            builder.addValuesToVertexAttribute(name, components, reader.lineValues(), GLType::Float);
+        } else if (type == ObjLineType::Face) {
+            const auto n = unsigned(reader.cornerCount());
+            builder.addVertexCountsToFaces(1, &n);
+            for (qint32 i = 0; i < reader.cornerCount(); ++i) {
+                const ObjCorner corner = reader.corner(i);
+                const unsigned int indices[3] = { corner.position, corner.normal, corner.texCoord };
+                for (int a = 0; a < 3; ++a) {
+                    if (builder.hasVertexAttribute(names[a]))
+                        builder.addIndicesToVertexAttribute(names[a], 1, &indices[a]);
+                }
+            }
+            builder.addFacesToMaterialGroup(material, 1, &face, QString());
+            ++face;
+            cornerTotal += n;
+        } else if (type == ObjLineType::MaterialLibrary) {
+            if (!loadMaterialLibrary(reader.lineName(), builder))
+                return false;
+        } else if (type == ObjLineType::UseMaterial) {
+            material = reader.lineName();
+        }
+    }
+    if (!builder.hasVertexAttribute(names[1]))
+        builder.generateNormals(names[1]);
+    if (!builder.hasVertexAttribute(names[2])) {
+        const float origin[2] = { 0, 0 };
+        const unsigned int zero = 0;
+        builder.createVertexAttribute(names[2], 2, GLType::Float, 0, 0);
+        builder.addValuesToVertexAttribute(names[2], 2, origin, GLType::Float);
+        for (unsigned int i = 0; i < cornerTotal; ++i)
+            builder.addIndicesToVertexAttribute(names[2], 1, &zero);
+    }
+    return true;
+}
+
+// True when there are positions and every attribute holds one in-range index per corner.
+bool meetsInputContract(ModelBuilder &builder)
+{
+    if (!builder.hasVertexAttribute(QStringLiteral("va_Vertex")))
+        return false;
+    const auto counts = indicesOf(ModelBuilderInspector::verticesPerFace(builder));
+    const size_t corners = std::accumulate(counts.begin(), counts.end(), size_t(0));
+    for (const auto &attribute : ModelBuilderInspector::vertexAttributes(builder)) {
+        const size_t vertices = attribute.values->size() / size_t(attribute.componentsPerVertex);
+        const auto *indices = static_cast<const unsigned int *>(attribute.indices->data(0));
+        if (attribute.indices->size() != corners
+            || !std::all_of(indices, indices + corners, [&](unsigned int i) { return i < vertices; }))
+            return false;
+    }
+    return true;
+}
+
+// The first difference between two builders' input states, or null.
+QString inputDifference(ModelBuilder &a, ModelBuilder &b)
+{
+    if (indicesOf(ModelBuilderInspector::verticesPerFace(a)) != indicesOf(ModelBuilderInspector::verticesPerFace(b)))
+        return QStringLiteral("face corner counts");
+    if (ModelBuilderInspector::normalsAttributeName(a) != ModelBuilderInspector::normalsAttributeName(b))
+        return QStringLiteral("normals request");
+    auto &groupsA = ModelBuilderInspector::materialGroups(a);
+    auto &groupsB = ModelBuilderInspector::materialGroups(b);
+    if (groupsA.keys() != groupsB.keys())
+        return QStringLiteral("group names");
+    for (auto group = groupsA.cbegin(); group != groupsA.cend(); ++group) {
+        const auto &other = groupsB[group.key()];
+        if (group->id != other.id || group->flags != other.flags || group->material != other.material
+            || group->objectName.isNull() != other.objectName.isNull()
+            || indicesOf(group->faces) != indicesOf(other.faces))
+            return QStringLiteral("group ") + group.key();
+    }
+    auto &attributesA = ModelBuilderInspector::vertexAttributes(a);
+    auto &attributesB = ModelBuilderInspector::vertexAttributes(b);
+    if (attributesA.keys() != attributesB.keys())
+        return QStringLiteral("attribute names");
+    for (auto attribute = attributesA.cbegin(); attribute != attributesA.cend(); ++attribute) {
+        const auto &other = attributesB[attribute.key()];
+        if (attribute->componentsPerVertex != other.componentsPerVertex
+            || floatsOf(attribute->values) != floatsOf(other.values)
+            || indicesOf(attribute->indices) != indicesOf(other.indices))
+            return QStringLiteral("attribute ") + attribute.key();
+    }
+    return QString();
+}
+
 } // namespace
 
 class TestObjImport : public QObject
@@ -87,6 +200,8 @@ private slots:
     void skippedFaceWarningsStopAfterTwenty_data();
     void skippedFaceWarningsStopAfterTwenty();
     void corpusFilesGiveInRangeIndices();
+    void importMatchesLineByLineFeeding_data();
+    void importMatchesLineByLineFeeding();
 
 private:
     ObjTestFiles _files;
@@ -463,6 +578,37 @@ void TestObjImport::corpusFilesGiveInRangeIndices()
         }
     }
     QVERIFY(read > 0);
+}
+
+void TestObjImport::importMatchesLineByLineFeeding_data()
+{
+    QTest::addColumn<QString>("path");
+    _files.write(QStringLiteral("lib.mtl"), "newmtl red\nKd 1 0 0\nnewmtl blue\nnewmtl <default>\n");
+    QTest::newRow("materials") << _files.write(QStringLiteral("same.obj"),
+                                               "mtllib lib.mtl\nv 0 0 0\nv 1 0 0\nvt 0 0\nv 0 1 0\nvn 0 0 1\n"
+                                               "usemtl blue\nf 1/1/1 2/1/1 3/1/1\nusemtl grey\nf -3/-1/-1 -2/1/1 -1/1/1\n"
+                                               "f\nusemtl red\nf 3/1/1 2/1/1 1/1/1 2/1/1\nusemtl blue\nf 1/1/1 2/1/1 3/1/1\n");
+    const QString corpus = QStringLiteral(QELMODEL_CORPUS_DIR);
+    QDirIterator files(corpus, { QStringLiteral("*.obj"), QStringLiteral("*.OBJ") }, QDir::Files,
+                       QDirIterator::Subdirectories);
+    while (files.hasNext()) {
+        const QString path = files.next();
+        QTest::newRow(qPrintable(QDir(corpus).relativeFilePath(path))) << path;
+    }
+}
+
+void TestObjImport::importMatchesLineByLineFeeding()
+{
+    QFETCH(QString, path);
+    MessageCapture capture;
+    ModelBuilder reference;
+    if (!feedLineByLine(path, reference) || !meetsInputContract(reference))
+        QSKIP("outside the builder's input contract when fed line by line");
+    ModelBuilder imported;
+    QString error;
+    QVERIFY(readObjModel(path, imported, error));
+    QCOMPARE(inputDifference(imported, reference), QString());
+    QVERIFY(capture.texts(QtWarningMsg).isEmpty());
 }
 
 QTEST_GUILESS_MAIN(TestObjImport)

@@ -18,8 +18,7 @@ MtlReader::MtlReader(QTextStream *input, bool skipUnknown)
     : _skipUnknown(skipUnknown)
     , _baseDir(QString())
     , _input(input)
-{
-}
+{ }
 
 void MtlReader::setDirectory(const QString &absolutePath)
 {

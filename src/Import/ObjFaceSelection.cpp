@@ -33,7 +33,7 @@ QString outsideReason(quint32 index, const IndexKind &kind)
 
 // The reason the face at corners [first, first + count) cannot be used; null when it can.
 QString faceProblem(const ObjCorner *corners, quint32 count, const IndexKind &positions, const IndexKind &texCoords,
-                    const IndexKind &normals)
+    const IndexKind &normals)
 {
     for (quint32 i = 0; i < count; ++i) {
         const ObjCorner &corner = corners[i];
@@ -71,13 +71,13 @@ void selectUsableObjFaces(const ObjMesh &mesh, const QString &fileName, std::vec
         if (++skippedCount <= kMaxFaceWarnings) {
             QMessageLogger(nullptr, 0, nullptr)
                 .warning("%s:%lld: face skipped: %s", qUtf8Printable(fileName),
-                         static_cast<long long>(mesh.faceLines[face]), qUtf8Printable(problem));
+                    static_cast<long long>(mesh.faceLines[face]), qUtf8Printable(problem));
         }
     }
     if (skippedCount > kMaxFaceWarnings) {
         QMessageLogger(nullptr, 0, nullptr)
             .warning("%s: %llu more faces skipped", qUtf8Printable(fileName),
-                     static_cast<unsigned long long>(skippedCount - kMaxFaceWarnings));
+                static_cast<unsigned long long>(skippedCount - kMaxFaceWarnings));
     }
 }
 

@@ -45,7 +45,7 @@ size_t keptCornerTotal(const ObjMesh &mesh, const std::vector<quint8> &kept)
 // One attribute's values and indices; corners without an index use a zero value appended
 // after the file's values.
 void feedAttribute(const AttributeSource &source, const ObjMesh &mesh, const std::vector<quint8> &kept,
-                   std::vector<quint32> &indices, ModelBuilder &builder)
+    std::vector<quint32> &indices, ModelBuilder &builder)
 {
     const auto defaultIndex = static_cast<quint32>(source.values->size() / source.components);
     bool usesDefault = false;
@@ -85,8 +85,8 @@ void feedCornerCounts(const ObjMesh &mesh, const std::vector<quint8> &kept, Mode
 }
 
 // Kept faces of one run have consecutive numbers, so each run is one range of face numbers.
-void feedGroups(const ObjMesh &mesh, const std::vector<quint8> &kept, const QStringList &runGroups,
-                ModelBuilder &builder)
+void feedGroups(
+    const ObjMesh &mesh, const std::vector<quint8> &kept, const QStringList &runGroups, ModelBuilder &builder)
 {
     std::vector<quint32> faceNumbers;
     quint32 nextNumber = 0;
@@ -115,8 +115,8 @@ void addConstantTexCoords(size_t cornerTotal, ModelBuilder &builder)
 
 } // namespace
 
-void feedObjMesh(const ObjMesh &mesh, const std::vector<quint8> &kept, const QStringList &runGroups,
-                 ModelBuilder &builder)
+void feedObjMesh(
+    const ObjMesh &mesh, const std::vector<quint8> &kept, const QStringList &runGroups, ModelBuilder &builder)
 {
     const size_t cornerTotal = keptCornerTotal(mesh, kept);
     std::vector<quint32> indices(cornerTotal);

@@ -21,7 +21,7 @@ class ModelBuilder;
 //
 // The builder ends as if the file had been fed line by line; `kept` must leave only faces
 // whose indices lie within the mesh's values, and the groups must exist.
-void feedObjMesh(const ObjMesh &mesh, const std::vector<quint8> &kept, const QStringList &runGroups,
-                 ModelBuilder &builder);
+void feedObjMesh(
+    const ObjMesh &mesh, const std::vector<quint8> &kept, const QStringList &runGroups, ModelBuilder &builder);
 
 } // namespace Vardune::Qel

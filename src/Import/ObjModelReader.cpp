@@ -26,8 +26,8 @@ constexpr qint32 kNeverDefined = std::numeric_limits<qint32>::max();
 
 // Number of libraries whose reading made each name a group: 0 for a group that existed before
 // the first library, kNeverDefined for a name no library defines.
-void noteNewGroups(const QStringList &names, qint32 librariesRead, const ModelBuilder &builder,
-                   std::vector<qint32> &definedAfter)
+void noteNewGroups(
+    const QStringList &names, qint32 librariesRead, const ModelBuilder &builder, std::vector<qint32> &definedAfter)
 {
     for (qsizetype i = 0; i < names.size(); ++i) {
         if (definedAfter[i] == kNeverDefined && builder.hasMaterialGroup(names.at(i)))

@@ -105,7 +105,8 @@ void TestMtlReader::materialsBecomeGroupsInDefinitionOrder()
     QCOMPARE(builder.materialGroupId(QStringLiteral("red")), 1);
     QCOMPARE(builder.materialGroupId(QStringLiteral("blue")), 2);
     QCOMPARE(builder.materialGroupFlags(QStringLiteral("blue")), size_t(0));
-    for (const auto &[name, kd] : { std::pair { "red", Floats { 1, 0, 0 } }, std::pair { "blue", Floats { 0, 0, 1 } } }) {
+    for (const auto &[name, kd] :
+        { std::pair { "red", Floats { 1, 0, 0 } }, std::pair { "blue", Floats { 0, 0, 1 } } }) {
         const InstanceData material = materialOf(builder, QLatin1StringView(name));
         QCOMPARE(material.name(), QStringLiteral("OBJMaterial"));
         QCOMPARE(material.memberNames(), (QStringList { "Kd", "d" }));
@@ -138,8 +139,8 @@ void TestMtlReader::linesSetMaterialMembers_data()
                                      << "/images/s.png";
     QTest::newRow("map_Ka") << QByteArray("map_Ka a.png") << "map_Ka" << QByteArray() << "DIR/a.png";
     QTest::newRow("map_Ns") << QByteArray("map_Ns n.png") << "map_Ns" << QByteArray() << "DIR/n.png";
-    QTest::newRow("option taken for the path") << QByteArray("map_Kd -s 1 1 1 wood.png") << "map_Kd" << QByteArray()
-                                               << "DIR/-s";
+    QTest::newRow("option taken for the path")
+        << QByteArray("map_Kd -s 1 1 1 wood.png") << "map_Kd" << QByteArray() << "DIR/-s";
 }
 
 void TestMtlReader::linesSetMaterialMembers()
@@ -185,8 +186,8 @@ void TestMtlReader::firstDefinitionOfANameWins()
 void TestMtlReader::everyMaterialStartsClearedWithOpaqueDissolve()
 {
     const QString path = _files.write(QStringLiteral("reset.mtl"),
-                                      "Kd 1 0 0\nd 0.5\n" // before the first material: no effect
-                                      "newmtl glass\nd 0.5\nKs 1 1 1\nmap_Kd g.png\nnewmtl wood\n");
+        "Kd 1 0 0\nd 0.5\n" // before the first material: no effect
+        "newmtl glass\nd 0.5\nKs 1 1 1\nmap_Kd g.png\nnewmtl wood\n");
     ModelBuilder builder;
     QVERIFY(loadMaterialLibrary(path, builder));
     const InstanceData glass = materialOf(builder, QStringLiteral("glass"));
@@ -263,8 +264,8 @@ void TestMtlReader::defaultMaterialValues()
     QCOMPARE(material.memberNames(), (QStringList { "Ka", "Kd", "Ks", "Ns", "d", "map_Kd", "map_Ks" }));
     QCOMPARE(material.value(QStringLiteral("Ka")), bytesOf({ 0, 0, 0 }));
     const quint32 seventenths = 0x3F333333;
-    QCOMPARE(material.value(QStringLiteral("Kd")),
-             QByteArray(reinterpret_cast<const char *>(&seventenths), 4).repeated(3));
+    QCOMPARE(
+        material.value(QStringLiteral("Kd")), QByteArray(reinterpret_cast<const char *>(&seventenths), 4).repeated(3));
     QCOMPARE(material.value(QStringLiteral("Ks")), bytesOf({ 1, 1, 1 }));
     QCOMPARE(material.value(QStringLiteral("Ns")), bytesOf({ 10 }));
     QCOMPARE(material.value(QStringLiteral("d")), bytesOf({ 1 }));

@@ -69,7 +69,8 @@ Corners cornersOf(const ObjReader &reader)
 // state that the bulk import must reproduce for files within the builder's input contract.
 bool feedLineByLine(const QString &path, ModelBuilder &builder)
 {
-    const QString names[3] = { QStringLiteral("va_Vertex"), QStringLiteral("va_Normal"), QStringLiteral("va_TexCoord") };
+    const QString names[3]
+        = { QStringLiteral("va_Vertex"), QStringLiteral("va_Normal"), QStringLiteral("va_TexCoord") };
     QFile file(path);
     if (!file.open(QIODevice::ReadOnly | QIODevice::Text))
         return false;
@@ -272,8 +273,8 @@ void TestObjImport::readerReadsFaceCorners_data()
     QTest::newRow("relative t and n") << "f -1/-2/-1" << true << Corners { { 2, 1, 0 } };
     QTest::newRow("relative before the first line") << "f -4" << true << Corners { { 0xFFFFFFFFu, N, N } };
     QTest::newRow("beyond the count passes") << "f 7" << true << Corners { { 6, N, N } };
-    QTest::newRow("comment after corners") << "f 1 2 3 # half a quad" << true
-                                           << Corners { { 0, N, N }, { 1, N, N }, { 2, N, N } };
+    QTest::newRow("comment after corners")
+        << "f 1 2 3 # half a quad" << true << Corners { { 0, N, N }, { 1, N, N }, { 2, N, N } };
     QTest::newRow("bare f") << "f" << true << Corners {};
     QTest::newRow("only a comment") << "f # nothing" << true << Corners {};
     QTest::newRow("word that is no number") << "f 1 2 x" << false << Corners {};
@@ -352,8 +353,8 @@ void TestObjImport::missingMaterialLibraryFails()
 
 void TestObjImport::positionsOnlyFileGetsGeneratedNormalsAndConstantTexCoords()
 {
-    const QString path = _files.write(QStringLiteral("quad.obj"),
-                                      "# two faces\nv 0 0 0\nv 1 0 0\nv 0 1 0\nv 1 1 0\nf 1 2 3\nf 2 4 3 1\n");
+    const QString path = _files.write(
+        QStringLiteral("quad.obj"), "# two faces\nv 0 0 0\nv 1 0 0\nv 0 1 0\nv 1 1 0\nf 1 2 3\nf 2 4 3 1\n");
     ModelBuilder builder;
     QString error = QStringLiteral("untouched");
     QVERIFY(readObjModel(path, builder, error));
@@ -384,9 +385,9 @@ void TestObjImport::positionsOnlyFileGetsGeneratedNormalsAndConstantTexCoords()
 void TestObjImport::fullFileFeedsEveryAttribute()
 {
     const QString path = _files.write(QStringLiteral("full.obj"),
-                                      "v 0 0 0\nv 1 0 0\nv 0 1 0\nvt 0 0\nvt 1 0\nvt 0 1\nvn 0 0 1\nvn 0 0 -1\n"
-                                      "f 1/1/1 2/2/1 3/3/1\nf -1/-1/-2 -2/-2/-2 -3/-3/-2 # reversed\n"
-                                      "f 1//2 3//2 2//2\n");
+        "v 0 0 0\nv 1 0 0\nv 0 1 0\nvt 0 0\nvt 1 0\nvt 0 1\nvn 0 0 1\nvn 0 0 -1\n"
+        "f 1/1/1 2/2/1 3/3/1\nf -1/-1/-2 -2/-2/-2 -3/-3/-2 # reversed\n"
+        "f 1//2 3//2 2//2\n");
     ModelBuilder builder;
     QString error;
     QVERIFY(readObjModel(path, builder, error));
@@ -410,20 +411,20 @@ void TestObjImport::facesGoToTheGroupTheirMaterialNamesWhenRead()
 {
     _files.write(QStringLiteral("colours.mtl"), "newmtl red\nKd 1 0 0\nnewmtl blue\nKd 0 0 1\n");
     const QString path = _files.write(QStringLiteral("groups.obj"),
-                                      "v 0 0 0\nv 1 0 0\nv 0 1 0\n"
-                                      "f 1 2 3\n" // 0: <default>
-                                      "usemtl red\n"
-                                      "f 1 2 3\n" // 1: red is no group yet
-                                      "mtllib colours.mtl\n"
-                                      "f 1 2 3\n" // 2: red
-                                      "usemtl blue\n"
-                                      "f\n" // 3: blue, no corners
-                                      "f 1 2 x\n" // fails to parse: no face number
-                                      "mtllib colours.mtl\n"
-                                      "usemtl green\n"
-                                      "f 1 2 3\n" // 4: green is never a group
-                                      "usemtl <default>\n"
-                                      "f 3 2 1\n"); // 5: <default>
+        "v 0 0 0\nv 1 0 0\nv 0 1 0\n"
+        "f 1 2 3\n" // 0: <default>
+        "usemtl red\n"
+        "f 1 2 3\n" // 1: red is no group yet
+        "mtllib colours.mtl\n"
+        "f 1 2 3\n" // 2: red
+        "usemtl blue\n"
+        "f\n" // 3: blue, no corners
+        "f 1 2 x\n" // fails to parse: no face number
+        "mtllib colours.mtl\n"
+        "usemtl green\n"
+        "f 1 2 3\n" // 4: green is never a group
+        "usemtl <default>\n"
+        "f 3 2 1\n"); // 5: <default>
     ModelBuilder builder;
     QString error;
     QVERIFY(readObjModel(path, builder, error));
@@ -443,10 +444,10 @@ void TestObjImport::facesGoToTheGroupTheirMaterialNamesWhenRead()
 void TestObjImport::cornersWithoutAnIndexUseOneDefaultValue()
 {
     const QString path = _files.write(QStringLiteral("defaults.obj"),
-                                      "v 0 0 0\nv 1 0 0\nv 0 1 0\n"
-                                      "f 1/1/1 2/1/1 3/1/1\n" // before any vt or vn: defaults
-                                      "vt 0.5 0.5\nvn 0 0 1\n"
-                                      "f 1/1/1 2//1 3/1 1/0/0\n");
+        "v 0 0 0\nv 1 0 0\nv 0 1 0\n"
+        "f 1/1/1 2/1/1 3/1/1\n" // before any vt or vn: defaults
+        "vt 0.5 0.5\nvn 0 0 1\n"
+        "f 1/1/1 2//1 3/1 1/0/0\n");
     ModelBuilder builder;
     QString error;
     QVERIFY(readObjModel(path, builder, error));
@@ -472,8 +473,9 @@ void TestObjImport::unusableFacesAreSkippedWithAWarning_data()
     QTest::newRow("position left out") << triangle + "f 1 2 3\nf 1 0 2\nf 3 2 1\n"
                                        << "FILE:5: face skipped: corner 2 has no position index"
                                        << Indices { 0, 1, 2, 2, 1, 0 } << Indices { 0, 1 };
-    QTest::newRow("texture coordinate of a file without any") << triangle + "f 1 2/7 3\nf 2 3 1\n" << QString()
-                                                              << Indices { 0, 1, 2, 1, 2, 0 } << Indices { 0, 1 };
+    QTest::newRow("texture coordinate of a file without any")
+        << triangle + "f 1 2/7 3\nf 2 3 1\n"
+        << QString() << Indices { 0, 1, 2, 1, 2, 0 } << Indices { 0, 1 };
     QTest::newRow("position beyond the file") << triangle + "f 1 2 4\nf 2 3 1\n"
                                               << "FILE:4: face skipped: position index 4 is outside the 3 "
                                                  "positions of the file"
@@ -482,8 +484,8 @@ void TestObjImport::unusableFacesAreSkippedWithAWarning_data()
                                                     << "FILE:2: face skipped: position index 0 is outside the 3 "
                                                        "positions of the file"
                                                     << Indices { 0, 1, 2 } << Indices { 0 };
-    QTest::newRow("forward reference kept") << "f 1 2 3\n" + triangle << QString() << Indices { 0, 1, 2 }
-                                            << Indices { 0 };
+    QTest::newRow("forward reference kept")
+        << "f 1 2 3\n" + triangle << QString() << Indices { 0, 1, 2 } << Indices { 0 };
     QTest::newRow("texture coordinate beyond the file")
         << triangle + "vt 0 0\nf 1/1 2/2 3/1\nf 1/1 2/1 3/1\n"
         << "FILE:5: face skipped: texture coordinate index 2 is outside the 1 texture coordinates of the file"
@@ -542,7 +544,7 @@ void TestObjImport::skippedFaceWarningsStopAfterTwenty()
     const QStringList warnings = capture.texts(QtWarningMsg);
     QCOMPARE(warnings.size(), summary.isNull() ? 20 : 21);
     QCOMPARE(warnings.at(19),
-             QStringLiteral("%1:42: face skipped: position index 9 is outside the 3 positions of the file").arg(path));
+        QStringLiteral("%1:42: face skipped: position index 9 is outside the 3 positions of the file").arg(path));
     if (!summary.isNull())
         QCOMPARE(warnings.last(), summary.replace("FILE", path));
     QCOMPARE(ModelBuilderInspector::verticesPerFace(builder)->size(), size_t(badFaces));
@@ -555,8 +557,8 @@ void TestObjImport::corpusFilesGiveInRangeIndices()
         QSKIP("no model corpus");
     MessageCapture capture; // skipped faces of broken files are expected, not noise
     int read = 0;
-    QDirIterator files(corpus, { QStringLiteral("*.obj"), QStringLiteral("*.OBJ") }, QDir::Files,
-                       QDirIterator::Subdirectories);
+    QDirIterator files(
+        corpus, { QStringLiteral("*.obj"), QStringLiteral("*.OBJ") }, QDir::Files, QDirIterator::Subdirectories);
     while (files.hasNext()) {
         const QString path = files.next();
         ModelBuilder builder;
@@ -574,7 +576,7 @@ void TestObjImport::corpusFilesGiveInRangeIndices()
             const size_t vertices = attribute.values->size() / size_t(attribute.componentsPerVertex);
             const auto *indices = static_cast<const unsigned int *>(attribute.indices->data(0));
             QVERIFY2(std::all_of(indices, indices + corners, [&](unsigned int i) { return i < vertices; }),
-                     where.constData());
+                where.constData());
         }
     }
     QVERIFY(read > 0);
@@ -585,12 +587,12 @@ void TestObjImport::importMatchesLineByLineFeeding_data()
     QTest::addColumn<QString>("path");
     _files.write(QStringLiteral("lib.mtl"), "newmtl red\nKd 1 0 0\nnewmtl blue\nnewmtl <default>\n");
     QTest::newRow("materials") << _files.write(QStringLiteral("same.obj"),
-                                               "mtllib lib.mtl\nv 0 0 0\nv 1 0 0\nvt 0 0\nv 0 1 0\nvn 0 0 1\n"
-                                               "usemtl blue\nf 1/1/1 2/1/1 3/1/1\nusemtl grey\nf -3/-1/-1 -2/1/1 -1/1/1\n"
-                                               "f\nusemtl red\nf 3/1/1 2/1/1 1/1/1 2/1/1\nusemtl blue\nf 1/1/1 2/1/1 3/1/1\n");
+        "mtllib lib.mtl\nv 0 0 0\nv 1 0 0\nvt 0 0\nv 0 1 0\nvn 0 0 1\n"
+        "usemtl blue\nf 1/1/1 2/1/1 3/1/1\nusemtl grey\nf -3/-1/-1 -2/1/1 -1/1/1\n"
+        "f\nusemtl red\nf 3/1/1 2/1/1 1/1/1 2/1/1\nusemtl blue\nf 1/1/1 2/1/1 3/1/1\n");
     const QString corpus = QStringLiteral(QELMODEL_CORPUS_DIR);
-    QDirIterator files(corpus, { QStringLiteral("*.obj"), QStringLiteral("*.OBJ") }, QDir::Files,
-                       QDirIterator::Subdirectories);
+    QDirIterator files(
+        corpus, { QStringLiteral("*.obj"), QStringLiteral("*.OBJ") }, QDir::Files, QDirIterator::Subdirectories);
     while (files.hasNext()) {
         const QString path = files.next();
         QTest::newRow(qPrintable(QDir(corpus).relativeFilePath(path))) << path;

@@ -1,0 +1,43 @@
+#pragma once
+
+#include "ObjReader.h"
+
+#include <QStringList>
+#include <QtGlobal>
+
+#include <vector>
+
+namespace Vardune::Qel {
+
+// A run of consecutive faces read under one material state: the material named by the last
+// "usemtl" line and the number of "mtllib" lines read before them.
+struct ObjMaterialUse
+{
+    quint32 firstFace = 0;
+    qint32 material = -1; // index into ObjMesh::materialNames; -1 before any "usemtl"
+    qint32 libraryCount = 0;
+};
+
+// An OBJ file gathered into flat arrays, as read, before any check against the whole file.
+//
+// Corners hold the indices the reader resolved; a normal or texture-coordinate index of a face
+// read before the first line of that kind is kNoIndex. Nothing here is range-checked.
+struct ObjMesh
+{
+    std::vector<float> positions; // x, y, z per "v" line
+    std::vector<float> normals; // x, y, z per "vn" line
+    std::vector<float> texCoords; // u, v per "vt" line
+    std::vector<ObjLineType> attributeOrder; // Vertex, Normal, TexCoord in order of first line
+    std::vector<quint32> cornerCounts; // per face
+    std::vector<ObjCorner> corners; // per corner, face after face
+    std::vector<qint64> faceLines; // per face, its 1-based line number
+    QStringList libraries; // absolute paths of the "mtllib" lines, in order
+    QStringList materialNames; // distinct "usemtl" names, in order of first use
+    std::vector<ObjMaterialUse> materialUses; // runs covering every face, in order
+
+    quint32 positionCount() const { return static_cast<quint32>(positions.size() / 3); }
+    quint32 normalCount() const { return static_cast<quint32>(normals.size() / 3); }
+    quint32 texCoordCount() const { return static_cast<quint32>(texCoords.size() / 2); }
+};
+
+} // namespace Vardune::Qel

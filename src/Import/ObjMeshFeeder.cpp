@@ -1,0 +1,134 @@
+// Gathered OBJ arrays to the builder: every stream is built once at its final size and
+// appended with one call, instead of one builder call per value, index and face.
+
+#include "ObjMeshFeeder.h"
+
+#include "GLTypes.h"
+#include "ModelBuilder.h"
+#include "ObjModelNames.h"
+
+#include <algorithm>
+#include <numeric>
+
+namespace Vardune::Qel {
+
+namespace {
+
+struct AttributeSource
+{
+    QString name;
+    int components;
+    const std::vector<float> *values;
+    quint32 ObjCorner::*index;
+};
+
+AttributeSource attributeSource(ObjLineType type, const ObjMesh &mesh)
+{
+    switch (type) {
+    case ObjLineType::Normal:
+        return { ObjModelNames::normals(), 3, &mesh.normals, &ObjCorner::normal };
+    case ObjLineType::TexCoord:
+        return { ObjModelNames::texCoords(), 2, &mesh.texCoords, &ObjCorner::texCoord };
+    default:
+        return { ObjModelNames::positions(), 3, &mesh.positions, &ObjCorner::position };
+    }
+}
+
+size_t keptCornerTotal(const ObjMesh &mesh, const std::vector<quint8> &kept)
+{
+    size_t total = 0;
+    for (size_t face = 0; face < kept.size(); ++face)
+        total += kept[face] ? mesh.cornerCounts[face] : 0;
+    return total;
+}
+
+// One attribute's values and indices; corners without an index use a zero value appended
+// after the file's values.
+void feedAttribute(const AttributeSource &source, const ObjMesh &mesh, const std::vector<quint8> &kept,
+    std::vector<quint32> &indices, ModelBuilder &builder)
+{
+    const auto defaultIndex = static_cast<quint32>(source.values->size() / source.components);
+    bool usesDefault = false;
+    quint32 *out = indices.data();
+    const ObjCorner *corner = mesh.corners.data();
+    for (size_t face = 0; face < kept.size(); ++face) {
+        const quint32 count = mesh.cornerCounts[face];
+        if (kept[face]) {
+            for (quint32 i = 0; i < count; ++i) {
+                const quint32 index = corner[i].*source.index;
+                const bool missing = index == ObjCorner::kNoIndex;
+                usesDefault |= missing;
+                *out++ = missing ? defaultIndex : index;
+            }
+        }
+        corner += count;
+    }
+
+    builder.createVertexAttribute(source.name, source.components, GLType::Float, 0, 0);
+    builder.addValuesToVertexAttribute(source.name, source.values->size(), source.values->data(), GLType::Float);
+    if (usesDefault) {
+        const float zeros[3] = { 0.0f, 0.0f, 0.0f };
+        builder.addValuesToVertexAttribute(source.name, source.components, zeros, GLType::Float);
+    }
+    builder.addIndicesToVertexAttribute(source.name, indices.size(), indices.data());
+}
+
+void feedCornerCounts(const ObjMesh &mesh, const std::vector<quint8> &kept, ModelBuilder &builder)
+{
+    std::vector<quint32> counts;
+    counts.reserve(kept.size());
+    for (size_t face = 0; face < kept.size(); ++face) {
+        if (kept[face])
+            counts.push_back(mesh.cornerCounts[face]);
+    }
+    builder.addVertexCountsToFaces(counts.size(), counts.data());
+}
+
+// Kept faces of one run have consecutive numbers, so each run is one range of face numbers.
+void feedGroups(
+    const ObjMesh &mesh, const std::vector<quint8> &kept, const QStringList &runGroups, ModelBuilder &builder)
+{
+    std::vector<quint32> faceNumbers;
+    quint32 nextNumber = 0;
+    for (size_t run = 0; run < mesh.materialUses.size(); ++run) {
+        const size_t first = mesh.materialUses[run].firstFace;
+        const size_t end = run + 1 < mesh.materialUses.size() ? mesh.materialUses[run + 1].firstFace : kept.size();
+        const auto keptInRun = static_cast<quint32>(std::count(kept.begin() + first, kept.begin() + end, 1));
+        if (keptInRun > 0 && !runGroups.at(run).isNull()) {
+            faceNumbers.resize(keptInRun);
+            std::iota(faceNumbers.begin(), faceNumbers.end(), nextNumber);
+            builder.addFacesToMaterialGroup(runGroups.at(run), keptInRun, faceNumbers.data(), QString());
+        }
+        nextNumber += keptInRun;
+    }
+}
+
+void addConstantTexCoords(size_t cornerTotal, ModelBuilder &builder)
+{
+    const QString name = ObjModelNames::texCoords();
+    const float origin[2] = { 0.0f, 0.0f };
+    const std::vector<quint32> indices(cornerTotal, 0);
+    builder.createVertexAttribute(name, 2, GLType::Float, 0, 0);
+    builder.addValuesToVertexAttribute(name, 2, origin, GLType::Float);
+    builder.addIndicesToVertexAttribute(name, indices.size(), indices.data());
+}
+
+} // namespace
+
+void feedObjMesh(
+    const ObjMesh &mesh, const std::vector<quint8> &kept, const QStringList &runGroups, ModelBuilder &builder)
+{
+    const size_t cornerTotal = keptCornerTotal(mesh, kept);
+    std::vector<quint32> indices(cornerTotal);
+    for (ObjLineType type : mesh.attributeOrder)
+        feedAttribute(attributeSource(type, mesh), mesh, kept, indices, builder);
+    feedCornerCounts(mesh, kept, builder);
+    feedGroups(mesh, kept, runGroups, builder);
+
+    if (!builder.hasVertexAttribute(ObjModelNames::normals()))
+        builder.generateNormals(ObjModelNames::normals());
+    if (!builder.hasVertexAttribute(ObjModelNames::texCoords()))
+        addConstantTexCoords(cornerTotal, builder);
+}
+
+} // namespace Vardune::Qel

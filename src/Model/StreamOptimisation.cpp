@@ -3,8 +3,8 @@
 // The weld numbers the vertices by first appearance; the shared index stream is rewritten in
 // place to those numbers and every value stream is replaced by a packed copy of the
 // survivors. Cost: one weld over the vertices, one pass over the corners and one block copy
-// per surviving vertex per attribute; 8 bytes per vertex for the two maps, besides the weld's
-// own table.
+// per surviving vertex per attribute. Memory: 4 bytes per vertex for the survivor list, 4 more
+// for the old-to-new map unless the index stream can take it, besides the weld's own 6.
 
 #include "ModelBuilder.h"
 
@@ -27,6 +27,20 @@ constexpr unsigned int GL_UNSIGNED_INT = GLType::UnsignedInt;
 size_t vertexBytes(ModelDataStream &values, int componentsPerVertex)
 {
     return ModelDataStream::typeSize(values.type()) * size_t(componentsPerVertex);
+}
+
+// The rebuild without index merging leaves every corner its own vertex; the weld's numbering is
+// then the new index stream itself and needs no separate map or renumbering pass.
+bool cornersAreVertices(ModelDataStream &indices, int vertexCount)
+{
+    if (indices.type() != GL_UNSIGNED_INT || indices.size() != size_t(qMax(vertexCount, 0)))
+        return false;
+    const auto *vertex = static_cast<const unsigned int *>(indices.data(0));
+    for (size_t k = 0; k < indices.size(); ++k) {
+        if (vertex[k] != k)
+            return false;
+    }
+    return true;
 }
 
 // A narrower index stream is reported and left alone: reading it as 32-bit values would
@@ -63,13 +77,17 @@ void ModelBuilder::optimizeGPUStreams()
         return;
 
     const size_t weldCount = size_t(qMax(vertexCount, 0));
-    const std::unique_ptr<unsigned int[]> oldToNew(new unsigned int[weldCount]);
+    const bool renumberInWeld = cornersAreVertices(*oldIndices, vertexCount);
+    const std::unique_ptr<unsigned int[]> separateOldToNew(renumberInWeld ? nullptr : new unsigned int[weldCount]);
+    unsigned int *oldToNew =
+        renumberInWeld ? static_cast<unsigned int *>(oldIndices->data(0)) : separateOldToNew.get();
     const std::unique_ptr<unsigned int[]> newToOld(new unsigned int[weldCount]);
     const int newVertexCount =
-        int(weldVertices(oldToNew.get(), newToOld.get(), weldCount, streams.data(), size_t(streams.size())));
+        int(weldVertices(oldToNew, newToOld.get(), weldCount, streams.data(), size_t(streams.size())));
     QEL_CHECK(newVertexCount <= vertexCount, 807, "%d <= %d", newVertexCount, vertexCount);
 
-    renumberCorners(oldIndices.data(), oldToNew.get());
+    if (!renumberInWeld)
+        renumberCorners(oldIndices.data(), oldToNew);
 
     for (VertexAttribute *attribute : attributes) {
         const QSharedPointer<ModelDataStream> &oldValues = attribute->gpuValues;

@@ -1,0 +1,110 @@
+// Merges GPU vertices that are equal byte for byte in every attribute at once.
+//
+// The weld numbers the vertices by first appearance; the shared index stream is rewritten in
+// place to those numbers and every value stream is replaced by a packed copy of the
+// survivors. Cost: one weld over the vertices, one pass over the corners and one block copy
+// per surviving vertex per attribute. Memory: 4 bytes per vertex for the survivor list, 4 more
+// for the old-to-new map unless the index stream can take it, besides the weld's own 6.
+
+#include "ModelBuilder.h"
+
+#include "Diagnostics.h"
+#include "GLTypes.h"
+#include "VertexGather.h"
+#include "VertexWeld.h"
+
+#include <QMessageLogger>
+#include <QVarLengthArray>
+
+#include <memory>
+
+namespace Vardune::Qel {
+
+namespace {
+
+constexpr unsigned int GL_UNSIGNED_INT = GLType::UnsignedInt;
+
+size_t vertexBytes(ModelDataStream &values, int componentsPerVertex)
+{
+    return ModelDataStream::typeSize(values.type()) * size_t(componentsPerVertex);
+}
+
+// The rebuild without index merging leaves every corner its own vertex; the weld's numbering is
+// then the new index stream itself and needs no separate map or renumbering pass.
+bool cornersAreVertices(ModelDataStream &indices, int vertexCount)
+{
+    if (indices.type() != GL_UNSIGNED_INT || indices.size() != size_t(qMax(vertexCount, 0)))
+        return false;
+    const auto *vertex = static_cast<const unsigned int *>(indices.data(0));
+    for (size_t k = 0; k < indices.size(); ++k) {
+        if (vertex[k] != k)
+            return false;
+    }
+    return true;
+}
+
+// A narrower index stream is reported and left alone: reading it as 32-bit values would
+// overrun it.
+void renumberCorners(ModelDataStream *oldIndices, const unsigned int *oldToNew)
+{
+    QEL_CHECK(oldIndices->type() == GL_UNSIGNED_INT, 851, "Index not uint32 0x%X", oldIndices->type());
+    if (oldIndices->type() != GL_UNSIGNED_INT)
+        return;
+    auto *vertex = static_cast<unsigned int *>(oldIndices->data(0));
+    const size_t cornerCount = oldIndices->size();
+    for (size_t k = 0; k < cornerCount; ++k)
+        vertex[k] = oldToNew[vertex[k]];
+}
+
+} // namespace
+
+void ModelBuilder::optimizeGPUStreams()
+{
+    // Only attributes that the rebuild made from values share its index stream.
+    QVarLengthArray<VertexAttribute *, 8> attributes;
+    QVarLengthArray<VertexWeldStream, 8> streams;
+    QSharedPointer<ModelDataStream> oldIndices;
+    int vertexCount = 0;
+    for (VertexAttribute &attribute : _vertexAttributes) {
+        if (attribute.values.isNull())
+            continue;
+        attributes.append(&attribute);
+        streams.append({ attribute.gpuValues->data(0), vertexBytes(*attribute.gpuValues, attribute.componentsPerVertex) });
+        oldIndices = attribute.gpuIndices;
+        vertexCount = int(attribute.gpuValues->size()) / attribute.componentsPerVertex;
+    }
+    if (attributes.isEmpty())
+        return;
+
+    const size_t weldCount = size_t(qMax(vertexCount, 0));
+    const bool renumberInWeld = cornersAreVertices(*oldIndices, vertexCount);
+    const std::unique_ptr<unsigned int[]> separateOldToNew(renumberInWeld ? nullptr : new unsigned int[weldCount]);
+    unsigned int *oldToNew =
+        renumberInWeld ? static_cast<unsigned int *>(oldIndices->data(0)) : separateOldToNew.get();
+    const std::unique_ptr<unsigned int[]> newToOld(new unsigned int[weldCount]);
+    const int newVertexCount =
+        int(weldVertices(oldToNew, newToOld.get(), weldCount, streams.data(), size_t(streams.size())));
+    QEL_CHECK(newVertexCount <= vertexCount, 807, "%d <= %d", newVertexCount, vertexCount);
+
+    if (!renumberInWeld)
+        renumberCorners(oldIndices.data(), oldToNew);
+
+    for (VertexAttribute *attribute : attributes) {
+        const QSharedPointer<ModelDataStream> &oldValues = attribute->gpuValues;
+        const QSharedPointer<ModelDataStream> newValues =
+            newStream(oldValues->type(), size_t(newVertexCount) * size_t(attribute->componentsPerVertex));
+        gatherVertices(newValues->data(0), oldValues->data(0), vertexBytes(*oldValues, attribute->componentsPerVertex),
+                       newToOld.get(), size_t(newVertexCount));
+        attribute->gpuValues = newValues;
+        attribute->gpuIndices = oldIndices;
+    }
+
+    // Widened so that large meshes do not overflow; an empty mesh shows 0.
+    const int percentage = vertexCount > 0 ? int(qint64(newVertexCount) * 100 / vertexCount) : 0;
+    QMessageLogger(nullptr, 0, nullptr)
+        .debug("%p Vertices Map %8d -> %8d d %8d (%3d %%) %d", static_cast<const void *>(this), vertexCount,
+               newVertexCount, vertexCount - newVertexCount, percentage,
+               int(ModelDataStream::typeSize(oldIndices->type())));
+}
+
+} // namespace Vardune::Qel

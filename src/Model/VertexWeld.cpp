@@ -1,0 +1,184 @@
+// Vertex weld: first-appearance numbering of byte-identical vertices.
+//
+// One open-addressing table of 32-bit vertex numbers, probed linearly, holds the first vertex of
+// every distinct content; vertices themselves are never copied into keys. The table is allocated
+// once at 1.5 slots per vertex but used, and touched, only as far as the distinct vertices need:
+// it doubles (and is refilled from the survivor list) whenever it is half full, so a mesh with
+// few distinct vertices keeps a small, cache-friendly table. Each vertex is hashed over its
+// bytes, attribute by attribute, a few vertices ahead of its lookup, and its home slot is
+// prefetched then, so that cache misses overlap instead of queueing.
+// Cost: one hash and usually one probe per vertex, a byte comparison only against candidates in
+// the probe sequence, at most two rehashes per distinct vertex; 6 bytes of memory per vertex.
+
+#include "VertexWeld.h"
+
+#include <algorithm>
+#include <cstdint>
+#include <cstring>
+#include <memory>
+
+namespace Vardune::Qel {
+
+namespace {
+
+constexpr unsigned int kEmptySlot = ~0u;
+// How many vertices ahead the home slot is prefetched, a power of two; the vertex found in it
+// is prefetched at half that distance, once the slot has arrived.
+constexpr size_t kLookahead = 16;
+// Slots of the table before it first grows.
+constexpr size_t kInitialCapacity = 4096;
+
+inline void prefetch(const void *address)
+{
+#if defined(__GNUC__)
+    __builtin_prefetch(address);
+#else
+    (void)address;
+#endif
+}
+
+template<typename Word>
+inline Word load(const unsigned char *bytes)
+{
+    Word word;
+    std::memcpy(&word, bytes, sizeof(Word));
+    return word;
+}
+
+inline uint64_t mix(uint64_t hash, uint64_t word)
+{
+    hash = (hash ^ word) * 0x9E3779B97F4A7C15ull;
+    return hash ^ (hash >> 29);
+}
+
+struct VertexHasher
+{
+    const VertexWeldStream *streams;
+    size_t streamCount;
+
+    // Well mixed in its high bits, which choose the slot.
+    uint32_t hash(size_t vertex) const
+    {
+        uint64_t hash = 0;
+        for (size_t s = 0; s < streamCount; ++s) {
+            size_t remaining = streams[s].vertexBytes;
+            const unsigned char *bytes = static_cast<const unsigned char *>(streams[s].data) + vertex * remaining;
+            for (; remaining >= 8; remaining -= 8, bytes += 8)
+                hash = mix(hash, load<uint64_t>(bytes));
+            if (remaining >= 4) {
+                hash = mix(hash, load<uint32_t>(bytes));
+                remaining -= 4;
+                bytes += 4;
+            }
+            for (; remaining > 0; --remaining, ++bytes)
+                hash = mix(hash, *bytes);
+        }
+        return static_cast<uint32_t>((hash * 0xD6E8FEB86659FD93ull) >> 32);
+    }
+
+    bool equal(size_t a, size_t b) const
+    {
+        for (size_t s = 0; s < streamCount; ++s) {
+            size_t remaining = streams[s].vertexBytes;
+            const unsigned char *base = static_cast<const unsigned char *>(streams[s].data);
+            const unsigned char *bytesA = base + a * remaining;
+            const unsigned char *bytesB = base + b * remaining;
+            uint64_t difference = 0;
+            for (; remaining >= 8; remaining -= 8, bytesA += 8, bytesB += 8)
+                difference |= load<uint64_t>(bytesA) ^ load<uint64_t>(bytesB);
+            for (; remaining > 0; --remaining, ++bytesA, ++bytesB)
+                difference |= *bytesA ^ *bytesB;
+            if (difference != 0)
+                return false;
+        }
+        return true;
+    }
+};
+
+// Multiply-shift maps a hash onto [0, capacity) without a power-of-two table.
+inline size_t slotOf(uint32_t hash, size_t capacity)
+{
+    return static_cast<size_t>((uint64_t(hash) * capacity) >> 32);
+}
+
+// Refills the first `capacity` slots with the distinct vertices found so far; they are all
+// different, so no comparison is needed.
+void rehash(unsigned int *table, size_t capacity, const VertexHasher &hasher, const unsigned int *survivors,
+            size_t survivorCount)
+{
+    std::memset(table, 0xFF, capacity * sizeof(unsigned int));
+    for (size_t n = 0; n < survivorCount; ++n) {
+        size_t slot = slotOf(hasher.hash(survivors[n]), capacity);
+        while (table[slot] != kEmptySlot) {
+            if (++slot == capacity)
+                slot = 0;
+        }
+        table[slot] = survivors[n];
+    }
+}
+
+} // namespace
+
+size_t weldVertices(unsigned int *remap, unsigned int *survivors, size_t vertexCount, const VertexWeldStream *streams,
+                    size_t streamCount)
+{
+    if (vertexCount == 0)
+        return 0;
+
+    const VertexHasher hasher { streams, streamCount };
+    // Allocated once at its largest size but touched only as far as it has grown: fresh pages
+    // cost more than the probes themselves.
+    const size_t maxCapacity = vertexCount + vertexCount / 2;
+    const std::unique_ptr<unsigned int[]> table(new unsigned int[maxCapacity]);
+    size_t capacity = std::min(maxCapacity, kInitialCapacity);
+    std::memset(table.get(), 0xFF, capacity * sizeof(unsigned int));
+
+    uint32_t pendingHashes[kLookahead];
+    const auto hashAhead = [&](size_t vertex) {
+        const uint32_t hash = hasher.hash(vertex);
+        prefetch(&table[slotOf(hash, capacity)]);
+        return hash;
+    };
+    for (size_t vertex = 0; vertex < kLookahead && vertex < vertexCount; ++vertex)
+        pendingHashes[vertex] = hashAhead(vertex);
+
+    size_t distinctCount = 0;
+    for (size_t vertex = 0; vertex < vertexCount; ++vertex) {
+        uint32_t &pending = pendingHashes[vertex % kLookahead];
+        size_t slot = slotOf(pending, capacity);
+        if (vertex + kLookahead < vertexCount)
+            pending = hashAhead(vertex + kLookahead);
+        // Written out here: GCC drops calls to a function whose only effect is a prefetch.
+        if (vertex + kLookahead / 2 < vertexCount) {
+            const unsigned int candidate = table[slotOf(pendingHashes[(vertex + kLookahead / 2) % kLookahead], capacity)];
+            if (candidate != kEmptySlot) {
+                for (size_t s = 0; s < streamCount; ++s)
+                    prefetch(static_cast<const unsigned char *>(streams[s].data) + candidate * streams[s].vertexBytes);
+                prefetch(&remap[candidate]);
+            }
+        }
+
+        for (;;) {
+            const unsigned int first = table[slot];
+            if (first == kEmptySlot) {
+                table[slot] = static_cast<unsigned int>(vertex);
+                survivors[distinctCount] = static_cast<unsigned int>(vertex);
+                remap[vertex] = static_cast<unsigned int>(distinctCount++);
+                if (distinctCount * 2 > capacity && capacity < maxCapacity) {
+                    capacity = std::min(maxCapacity, capacity * 2);
+                    rehash(table.get(), capacity, hasher, survivors, distinctCount);
+                }
+                break;
+            }
+            if (hasher.equal(first, vertex)) {
+                remap[vertex] = remap[first];
+                break;
+            }
+            if (++slot == capacity)
+                slot = 0;
+        }
+    }
+    return distinctCount;
+}
+
+} // namespace Vardune::Qel

@@ -1,0 +1,526 @@
+#include "GLTypes.h"
+#include "MessageCapture.h"
+#include "ModelBuilder.h"
+#include "ModelBuilderInspector.h"
+#include "ModelDataArray.h"
+
+#include <QHash>
+#include <QRandomGenerator>
+#include <QSet>
+#include <QTest>
+
+#include <cstring>
+#include <limits>
+
+using namespace Vardune::Qel;
+
+namespace {
+
+using VertexAttribute = ModelBuilder::VertexAttribute;
+
+template<typename T>
+QByteArray bytesOf(const QList<T> &values)
+{
+    return QByteArray(reinterpret_cast<const char *>(values.constData()), values.size() * qsizetype(sizeof(T)));
+}
+
+QByteArray bytesOf(ModelDataStream &stream)
+{
+    return QByteArray(static_cast<const char *>(stream.data(0)), qsizetype(stream.byteCount()));
+}
+
+QList<unsigned int> elementsOf(ModelDataStream &stream)
+{
+    const auto *first = static_cast<const unsigned int *>(stream.data(0));
+    return QList<unsigned int>(first, first + stream.size());
+}
+
+float floatFromBits(quint32 bits)
+{
+    float value;
+    std::memcpy(&value, &bits, sizeof value);
+    return value;
+}
+
+void addAttribute(ModelBuilder &builder, const QString &name, int components, unsigned int type,
+                  const QByteArray &values, const QList<unsigned int> &indices)
+{
+    builder.createVertexAttribute(name, components, type, 0, 0);
+    builder.addValuesToVertexAttribute(name, size_t(values.size()) / ModelDataStream::typeSize(type), values.constData(),
+                                       type);
+    builder.addIndicesToVertexAttribute(name, size_t(indices.size()), indices.constData());
+}
+
+void addFaces(ModelBuilder &builder, const QList<unsigned int> &cornerCounts)
+{
+    builder.addVertexCountsToFaces(size_t(cornerCounts.size()), cornerCounts.constData());
+}
+
+VertexAttribute attributeOf(ModelBuilder &builder, const QString &name)
+{
+    return ModelBuilderInspector::vertexAttributes(builder).value(name);
+}
+
+QList<unsigned int> gpuIndicesOf(ModelBuilder &builder, const QString &name)
+{
+    return elementsOf(*attributeOf(builder, name).gpuIndices);
+}
+
+QByteArray gpuValuesOf(ModelBuilder &builder, const QString &name)
+{
+    return bytesOf(*attributeOf(builder, name).gpuValues);
+}
+
+QString statisticsLine(const ModelBuilder &builder, const char *counts)
+{
+    return QString::asprintf("%p", static_cast<const void *>(&builder)) + QLatin1String(counts);
+}
+
+// Two triangles sharing an edge: positions 0 1 2 / 2 1 3, one normal for every corner.
+void feedSharedEdge(ModelBuilder &builder)
+{
+    addFaces(builder, { 3, 3 });
+    addAttribute(builder, QStringLiteral("va_Vertex"), 3, GLType::Float,
+                 bytesOf(QList<float> { 0, 0, 0, 1, 0, 0, 0, 1, 0, 1, 1, 0 }), { 0, 1, 2, 2, 1, 3 });
+    addAttribute(builder, QStringLiteral("va_Normal"), 3, GLType::Float, bytesOf(QList<float> { 0, 0, 1 }),
+                 { 0, 0, 0, 0, 0, 0 });
+}
+
+// Hands out library streams and remembers every one it made.
+class CountingAllocator : public ModelDataArrayAllocator
+{
+public:
+    ModelDataStream *alloc(unsigned int type, size_t count) override
+    {
+        ModelDataStream *stream = ModelDataArrayAllocator::alloc(type, count);
+        made.insert(stream);
+        ++madeCount;
+        return stream;
+    }
+
+    QSet<const ModelDataStream *> made; // addresses may come back once a stream is freed
+    int madeCount = 0;
+};
+
+} // namespace
+
+class TestGPUStreams : public QObject
+{
+    Q_OBJECT
+
+private slots:
+    void initTestCase();
+    void sharedEdgeInBothModes_data();
+    void sharedEdgeInBothModes();
+    void verticesMergeExactlyWhenAllBytesAgree_data();
+    void verticesMergeExactlyWhenAllBytesAgree();
+    void statisticsLineShowsCounts_data();
+    void statisticsLineShowsCounts();
+    void buildWithoutAttributesDoesNothing();
+    void builtStreamsAreNotRebuilt();
+    void oneMissingStreamRebuildsAll();
+    void zeroCornersGiveEmptyStreams_data();
+    void zeroCornersGiveEmptyStreams();
+    void faceWithoutCornersShiftsNothing();
+    void attributeWithOnlyGPUStreamsIsLeftAlone();
+    void everyStreamComesFromTheAllocator();
+    void narrowIndexStreamIsReportedAndKept();
+    void manyDistinctVerticesKeepTheirNumbers();
+    void randomMeshesMatchReferenceWeld();
+};
+
+void TestGPUStreams::initTestCase()
+{
+    // The switch is read at the first report; make sure reports are written.
+    qputenv("QEL_ENABLE_LOGGING", "1");
+}
+
+void TestGPUStreams::sharedEdgeInBothModes_data()
+{
+    QTest::addColumn<bool>("mergeByIndices");
+    QTest::addColumn<QString>("counts");
+    QTest::newRow("one vertex per corner") << false << QStringLiteral(" Vertices Map        6 ->        4 d        2 ( 66 %) 4");
+    QTest::newRow("one vertex per index tuple")
+        << true << QStringLiteral(" Vertices Map        4 ->        4 d        0 (100 %) 4");
+}
+
+void TestGPUStreams::sharedEdgeInBothModes()
+{
+    QFETCH(bool, mergeByIndices);
+    QFETCH(QString, counts);
+    ModelBuilder builder;
+    feedSharedEdge(builder);
+    MessageCapture capture;
+
+    ModelBuilderInspector::buildGPUFriendlyStreams(builder, mergeByIndices);
+
+    QCOMPARE(gpuIndicesOf(builder, QStringLiteral("va_Vertex")), (QList<unsigned int> { 0, 1, 2, 2, 1, 3 }));
+    QCOMPARE(attributeOf(builder, QStringLiteral("va_Vertex")).gpuIndices,
+             attributeOf(builder, QStringLiteral("va_Normal")).gpuIndices);
+    QCOMPARE(gpuValuesOf(builder, QStringLiteral("va_Vertex")),
+             bytesOf(QList<float> { 0, 0, 0, 1, 0, 0, 0, 1, 0, 1, 1, 0 }));
+    QCOMPARE(gpuValuesOf(builder, QStringLiteral("va_Normal")),
+             bytesOf(QList<float> { 0, 0, 1, 0, 0, 1, 0, 0, 1, 0, 0, 1 }));
+    QCOMPARE(capture.texts(QtDebugMsg), QStringList { statisticsLine(builder, qPrintable(counts)) });
+}
+
+void TestGPUStreams::verticesMergeExactlyWhenAllBytesAgree_data()
+{
+    // Two one-component float attributes over one face with a corner per index.
+    QTest::addColumn<QList<float>>("firstValues");
+    QTest::addColumn<QList<unsigned int>>("firstIndices");
+    QTest::addColumn<QList<float>>("secondValues");
+    QTest::addColumn<QList<unsigned int>>("secondIndices");
+    QTest::addColumn<QList<unsigned int>>("expectedIndices");
+    QTest::addColumn<QList<float>>("expectedFirstValues");
+
+    const float nan = floatFromBits(0x7FC00000), otherNan = floatFromBits(0x7FC00001);
+    QTest::newRow("no two alike") << QList<float> { 1, 2, 3 } << QList<unsigned int> { 0, 1, 2 } << QList<float> { 5 }
+                                  << QList<unsigned int> { 0, 0, 0 } << QList<unsigned int> { 0, 1, 2 }
+                                  << QList<float> { 1, 2, 3 };
+    QTest::newRow("all alike") << QList<float> { 1, 1, 1 } << QList<unsigned int> { 0, 1, 2 } << QList<float> { 5, 5 }
+                               << QList<unsigned int> { 0, 1, 0 } << QList<unsigned int> { 0, 0, 0 } << QList<float> { 1 };
+    QTest::newRow("texture seam") << QList<float> { 1 } << QList<unsigned int> { 0, 0, 0 } << QList<float> { 1, 2 }
+                                  << QList<unsigned int> { 0, 1, 0 } << QList<unsigned int> { 0, 1, 0 }
+                                  << QList<float> { 1, 1 };
+    QTest::newRow("hard edge") << QList<float> { 1, 2 } << QList<unsigned int> { 0, 1, 0, 1 } << QList<float> { 7, 8 }
+                               << QList<unsigned int> { 0, 0, 1, 1 } << QList<unsigned int> { 0, 1, 2, 3 }
+                               << QList<float> { 1, 2, 1, 2 };
+    QTest::newRow("equal bytes under other numbers")
+        << QList<float> { 4, 4 } << QList<unsigned int> { 0, 1, 1 } << QList<float> { 2, 2 }
+        << QList<unsigned int> { 1, 0, 1 } << QList<unsigned int> { 0, 0, 0 } << QList<float> { 4 };
+    QTest::newRow("zero and negative zero")
+        << QList<float> { 0.0f, -0.0f } << QList<unsigned int> { 0, 1, 0 } << QList<float> { 1 }
+        << QList<unsigned int> { 0, 0, 0 } << QList<unsigned int> { 0, 1, 0 } << QList<float> { 0.0f, -0.0f };
+    QTest::newRow("equal NaN patterns") << QList<float> { nan, nan } << QList<unsigned int> { 0, 1 } << QList<float> { 1 }
+                                        << QList<unsigned int> { 0, 0 } << QList<unsigned int> { 0, 0 }
+                                        << QList<float> { nan };
+    QTest::newRow("different NaN patterns")
+        << QList<float> { nan, otherNan } << QList<unsigned int> { 0, 1 } << QList<float> { 1 }
+        << QList<unsigned int> { 0, 0 } << QList<unsigned int> { 0, 1 } << QList<float> { nan, otherNan };
+}
+
+void TestGPUStreams::verticesMergeExactlyWhenAllBytesAgree()
+{
+    QFETCH(QList<float>, firstValues);
+    QFETCH(QList<unsigned int>, firstIndices);
+    QFETCH(QList<float>, secondValues);
+    QFETCH(QList<unsigned int>, secondIndices);
+    QFETCH(QList<unsigned int>, expectedIndices);
+    QFETCH(QList<float>, expectedFirstValues);
+
+    for (bool mergeByIndices : { false, true }) {
+        ModelBuilder builder;
+        addFaces(builder, { unsigned(firstIndices.size()) });
+        addAttribute(builder, QStringLiteral("first"), 1, GLType::Float, bytesOf(firstValues), firstIndices);
+        addAttribute(builder, QStringLiteral("second"), 1, GLType::Float, bytesOf(secondValues), secondIndices);
+
+        ModelBuilderInspector::buildGPUFriendlyStreams(builder, mergeByIndices);
+
+        QCOMPARE(gpuIndicesOf(builder, QStringLiteral("first")), expectedIndices);
+        QCOMPARE(gpuIndicesOf(builder, QStringLiteral("second")), expectedIndices);
+        QCOMPARE(gpuValuesOf(builder, QStringLiteral("first")), bytesOf(expectedFirstValues));
+        QCOMPARE(attributeOf(builder, QStringLiteral("second")).gpuValues->size(), size_t(expectedFirstValues.size()));
+    }
+}
+
+void TestGPUStreams::statisticsLineShowsCounts_data()
+{
+    QTest::addColumn<QList<unsigned int>>("positionIndices");
+    QTest::addColumn<QString>("counts");
+    QTest::newRow("quad with one normal")
+        << QList<unsigned int> { 0, 1, 2, 2, 1, 3 } << QStringLiteral(" Vertices Map        6 ->        4 d        2 ( 66 %) 4");
+    QTest::newRow("everything alike") << QList<unsigned int> { 3, 3, 3, 3, 3, 3 }
+                                      << QStringLiteral(" Vertices Map        6 ->        1 d        5 ( 16 %) 4");
+}
+
+void TestGPUStreams::statisticsLineShowsCounts()
+{
+    QFETCH(QList<unsigned int>, positionIndices);
+    QFETCH(QString, counts);
+    ModelBuilder builder;
+    addFaces(builder, { 3, 3 });
+    addAttribute(builder, QStringLiteral("va_Vertex"), 3, GLType::Float,
+                 bytesOf(QList<float> { 0, 0, 0, 1, 0, 0, 0, 1, 0, 1, 1, 0 }), positionIndices);
+    addAttribute(builder, QStringLiteral("va_Normal"), 3, GLType::Float, bytesOf(QList<float> { 0, 0, 1 }),
+                 { 0, 0, 0, 0, 0, 0 });
+    MessageCapture capture;
+
+    ModelBuilderInspector::buildGPUFriendlyStreams(builder, false);
+
+    const QList<MessageCapture::Message> messages = capture.messages();
+    QCOMPARE(messages.size(), 1);
+    QCOMPARE(messages[0].type, QtDebugMsg);
+    QCOMPARE(messages[0].text, statisticsLine(builder, qPrintable(counts)));
+    QVERIFY(!messages[0].hasContext);
+}
+
+void TestGPUStreams::buildWithoutAttributesDoesNothing()
+{
+    ModelBuilder builder;
+    addFaces(builder, { 3 });
+    MessageCapture capture;
+
+    ModelBuilderInspector::buildGPUFriendlyStreams(builder, false);
+
+    QVERIFY(capture.messages().isEmpty());
+    QVERIFY(ModelBuilderInspector::vertexAttributes(builder).isEmpty());
+}
+
+void TestGPUStreams::builtStreamsAreNotRebuilt()
+{
+    ModelBuilder builder;
+    feedSharedEdge(builder);
+    ModelBuilderInspector::buildGPUFriendlyStreams(builder, false);
+    const VertexAttribute before = attributeOf(builder, QStringLiteral("va_Vertex"));
+    MessageCapture capture;
+
+    ModelBuilderInspector::buildGPUFriendlyStreams(builder, false);
+
+    QVERIFY(capture.messages().isEmpty());
+    const VertexAttribute after = attributeOf(builder, QStringLiteral("va_Vertex"));
+    QCOMPARE(after.gpuValues, before.gpuValues);
+    QCOMPARE(after.gpuIndices, before.gpuIndices);
+}
+
+void TestGPUStreams::oneMissingStreamRebuildsAll()
+{
+    ModelBuilder builder;
+    feedSharedEdge(builder);
+    ModelBuilderInspector::buildGPUFriendlyStreams(builder, false);
+    const VertexAttribute positionsBefore = attributeOf(builder, QStringLiteral("va_Vertex"));
+    ModelBuilderInspector::vertexAttributes(builder)[QStringLiteral("va_Normal")].gpuValues.reset();
+    MessageCapture capture;
+
+    ModelBuilderInspector::buildGPUFriendlyStreams(builder, false);
+
+    QCOMPARE(capture.texts(QtDebugMsg).size(), 1);
+    const VertexAttribute positionsAfter = attributeOf(builder, QStringLiteral("va_Vertex"));
+    QVERIFY(positionsAfter.gpuValues != positionsBefore.gpuValues);
+    QVERIFY(positionsAfter.gpuIndices != positionsBefore.gpuIndices);
+    QCOMPARE(attributeOf(builder, QStringLiteral("va_Normal")).gpuIndices, positionsAfter.gpuIndices);
+    QCOMPARE(gpuIndicesOf(builder, QStringLiteral("va_Normal")), (QList<unsigned int> { 0, 1, 2, 2, 1, 3 }));
+    QCOMPARE(gpuValuesOf(builder, QStringLiteral("va_Normal")),
+             bytesOf(QList<float> { 0, 0, 1, 0, 0, 1, 0, 0, 1, 0, 0, 1 }));
+}
+
+void TestGPUStreams::zeroCornersGiveEmptyStreams_data()
+{
+    QTest::addColumn<QList<unsigned int>>("cornerCounts");
+    QTest::addColumn<bool>("mergeByIndices");
+    QTest::newRow("no faces") << QList<unsigned int> {} << false;
+    QTest::newRow("faces without corners") << QList<unsigned int> { 0, 0 } << false;
+    QTest::newRow("no faces, merging") << QList<unsigned int> {} << true;
+}
+
+void TestGPUStreams::zeroCornersGiveEmptyStreams()
+{
+    QFETCH(QList<unsigned int>, cornerCounts);
+    QFETCH(bool, mergeByIndices);
+    ModelBuilder builder;
+    addFaces(builder, cornerCounts);
+    addAttribute(builder, QStringLiteral("va_TexCoord"), 2, GLType::Double, bytesOf(QList<double> { 1, 2 }), {});
+    MessageCapture capture;
+
+    ModelBuilderInspector::buildGPUFriendlyStreams(builder, mergeByIndices);
+
+    const VertexAttribute attribute = attributeOf(builder, QStringLiteral("va_TexCoord"));
+    QCOMPARE(attribute.gpuIndices->type(), GLType::UnsignedInt);
+    QCOMPARE(attribute.gpuIndices->size(), size_t(0));
+    QCOMPARE(attribute.gpuValues->type(), GLType::Double);
+    QCOMPARE(attribute.gpuValues->size(), size_t(0));
+    QCOMPARE(capture.texts(QtDebugMsg),
+             QStringList { statisticsLine(builder, " Vertices Map        0 ->        0 d        0 (  0 %) 4") });
+}
+
+void TestGPUStreams::faceWithoutCornersShiftsNothing()
+{
+    ModelBuilder builder;
+    addFaces(builder, { 3, 0, 3 });
+    addAttribute(builder, QStringLiteral("va_Vertex"), 1, GLType::Float, bytesOf(QList<float> { 5, 6, 7, 8 }),
+                 { 0, 1, 2, 3, 2, 1 });
+
+    ModelBuilderInspector::buildGPUFriendlyStreams(builder, false);
+
+    QCOMPARE(gpuIndicesOf(builder, QStringLiteral("va_Vertex")), (QList<unsigned int> { 0, 1, 2, 3, 2, 1 }));
+    QCOMPARE(gpuValuesOf(builder, QStringLiteral("va_Vertex")), bytesOf(QList<float> { 5, 6, 7, 8 }));
+}
+
+void TestGPUStreams::attributeWithOnlyGPUStreamsIsLeftAlone()
+{
+    ModelBuilder builder;
+    feedSharedEdge(builder);
+    VertexAttribute generated;
+    generated.gpuValues.reset(new ModelDataArray(GLType::Float, 9));
+    generated.gpuIndices.reset(new ModelDataArray(GLType::UnsignedInt, 2));
+    generated.componentsPerVertex = 3;
+    ModelBuilderInspector::vertexAttributes(builder).insert(QStringLiteral("va_Generated"), generated);
+    const QByteArray generatedValues = bytesOf(*generated.gpuValues);
+    MessageCapture capture;
+
+    ModelBuilderInspector::buildGPUFriendlyStreams(builder, false);
+
+    const VertexAttribute after = attributeOf(builder, QStringLiteral("va_Generated"));
+    QCOMPARE(after.gpuValues, generated.gpuValues);
+    QCOMPARE(after.gpuIndices, generated.gpuIndices);
+    QCOMPARE(bytesOf(*after.gpuValues), generatedValues);
+    QCOMPARE(gpuIndicesOf(builder, QStringLiteral("va_Vertex")), (QList<unsigned int> { 0, 1, 2, 2, 1, 3 }));
+    QCOMPARE(capture.texts(QtDebugMsg),
+             QStringList { statisticsLine(builder, " Vertices Map        6 ->        4 d        2 ( 66 %) 4") });
+}
+
+void TestGPUStreams::everyStreamComesFromTheAllocator()
+{
+    const QSharedPointer<CountingAllocator> allocator(new CountingAllocator);
+    ModelBuilder builder(allocator);
+    feedSharedEdge(builder);
+    for (bool mergeByIndices : { false, true }) {
+        for (VertexAttribute &attribute : ModelBuilderInspector::vertexAttributes(builder))
+            attribute.gpuIndices.reset();
+        const int madeBefore = allocator->madeCount;
+
+        ModelBuilderInspector::buildGPUFriendlyStreams(builder, mergeByIndices);
+
+        // One index stream, then per attribute a value stream before and one after the weld.
+        QCOMPARE(allocator->madeCount - madeBefore, 5);
+        for (const VertexAttribute &attribute : ModelBuilderInspector::vertexAttributes(builder)) {
+            QVERIFY(allocator->made.contains(attribute.gpuValues.data()));
+            QVERIFY(allocator->made.contains(attribute.gpuIndices.data()));
+        }
+    }
+}
+
+void TestGPUStreams::narrowIndexStreamIsReportedAndKept()
+{
+    ModelBuilder builder;
+    addFaces(builder, { 3 });
+    addAttribute(builder, QStringLiteral("va_Vertex"), 1, GLType::Float, bytesOf(QList<float> { 1 }), { 0, 0, 0 });
+    ModelBuilderInspector::buildGPUFriendlyStreams(builder, false);
+    VertexAttribute &attribute = ModelBuilderInspector::vertexAttributes(builder)[QStringLiteral("va_Vertex")];
+    const QList<quint16> narrowIndices { 0, 1, 2 };
+    attribute.gpuIndices.reset(new ModelDataArray(GLType::UnsignedShort, 3));
+    attribute.gpuIndices->setData(0, 3, narrowIndices.constData());
+    attribute.gpuValues.reset(new ModelDataArray(GLType::Float, 3));
+    attribute.gpuValues->setData(0, 3, QList<float> { 1, 1, 1 }.constData());
+    MessageCapture capture;
+
+    ModelBuilderInspector::optimizeGPUStreams(builder);
+
+    QCOMPARE(capture.texts(QtCriticalMsg),
+             QStringList { QStringLiteral("[StreamOptimisation.cpp:851] [ !! ] Assertion 'oldIndices->type() == "
+                                          "GL_UNSIGNED_INT' failed: Index not uint32 0x1403") });
+    QCOMPARE(bytesOf(*attribute.gpuIndices), bytesOf(narrowIndices));
+    QCOMPARE(bytesOf(*attribute.gpuValues), bytesOf(QList<float> { 1 }));
+    QCOMPARE(capture.texts(QtDebugMsg),
+             QStringList { statisticsLine(builder, " Vertices Map        3 ->        1 d        2 ( 33 %) 2") });
+}
+
+void TestGPUStreams::manyDistinctVerticesKeepTheirNumbers()
+{
+    // Past the 16-bit index range, and a table as full as the weld ever makes it.
+    constexpr unsigned int cornerCount = 70002;
+    QList<float> values(cornerCount);
+    QList<unsigned int> indices(cornerCount);
+    for (unsigned int k = 0; k < cornerCount; ++k) {
+        values[k] = float(k);
+        indices[k] = k;
+    }
+    ModelBuilder builder;
+    addFaces(builder, QList<unsigned int>(cornerCount / 3, 3));
+    addAttribute(builder, QStringLiteral("va_Vertex"), 1, GLType::Float, bytesOf(values), indices);
+    MessageCapture capture;
+
+    ModelBuilderInspector::buildGPUFriendlyStreams(builder, false);
+
+    QCOMPARE(gpuIndicesOf(builder, QStringLiteral("va_Vertex")), indices);
+    QCOMPARE(gpuValuesOf(builder, QStringLiteral("va_Vertex")), bytesOf(values));
+    QCOMPARE(capture.texts(QtDebugMsg),
+             QStringList { statisticsLine(builder, " Vertices Map    70002 ->    70002 d        0 (100 %) 4") });
+}
+
+void TestGPUStreams::randomMeshesMatchReferenceWeld()
+{
+    struct Kind
+    {
+        unsigned int type;
+        int maxComponents;
+    };
+    const Kind kinds[] = { { GLType::Float, 4 }, { GLType::UnsignedByte, 5 }, { GLType::Double, 3 } };
+    QRandomGenerator random(20240611);
+    MessageCapture quiet; // one statistics line per mesh
+
+    for (int mesh = 0; mesh < 300; ++mesh) {
+        ModelBuilder builder;
+        QList<unsigned int> cornerCounts;
+        unsigned int cornerCount = 0;
+        for (int face = int(random.bounded(mesh % 10 == 0 ? 2000 : 40)); face > 0; --face) {
+            cornerCounts.append(random.bounded(7u));
+            cornerCount += cornerCounts.last();
+        }
+        addFaces(builder, cornerCounts);
+
+        // Few distinct values, so that both merges and near misses are common.
+        struct Input
+        {
+            QString name;
+            int vertexBytes;
+            QByteArray values;
+            QList<unsigned int> indices;
+        };
+        QList<Input> inputs;
+        for (int a = 1 + int(random.bounded(3)); a > 0; --a) {
+            const Kind kind = kinds[random.bounded(3)];
+            const int components = 1 + int(random.bounded(kind.maxComponents));
+            const size_t elementBytes = ModelDataStream::typeSize(kind.type);
+            const unsigned int valueCount = 1 + random.bounded(6u);
+            QByteArray values(qsizetype(valueCount * components * elementBytes), Qt::Uninitialized);
+            for (qsizetype e = 0; e < values.size(); e += qsizetype(elementBytes)) {
+                const double value = random.bounded(5) == 0 ? -0.0 : double(random.bounded(3));
+                const float narrowValue = float(value);
+                if (kind.type == GLType::Double)
+                    std::memcpy(values.data() + e, &value, sizeof value);
+                else if (kind.type == GLType::Float)
+                    std::memcpy(values.data() + e, &narrowValue, sizeof narrowValue);
+                else
+                    values[e] = char(random.bounded(2));
+            }
+            QList<unsigned int> indices;
+            for (unsigned int k = 0; k < cornerCount; ++k)
+                indices.append(random.bounded(valueCount));
+            Input input { QStringLiteral("attribute%1").arg(a), int(components * elementBytes), values, indices };
+            addAttribute(builder, input.name, components, kind.type, input.values, input.indices);
+            inputs.append(input);
+        }
+
+        // The reference: first appearance of each corner's bytes over all attributes.
+        QHash<QByteArray, unsigned int> numberOfContent;
+        QList<unsigned int> expectedIndices;
+        QList<QByteArray> expectedValues(inputs.size());
+        for (unsigned int k = 0; k < cornerCount; ++k) {
+            QByteArray content;
+            for (const Input &input : inputs)
+                content += input.values.mid(qsizetype(input.indices[k]) * input.vertexBytes, input.vertexBytes);
+            const auto found = numberOfContent.constFind(content);
+            if (found != numberOfContent.constEnd()) {
+                expectedIndices.append(*found);
+                continue;
+            }
+            expectedIndices.append(unsigned(numberOfContent.size()));
+            numberOfContent.insert(content, unsigned(numberOfContent.size()));
+            for (qsizetype a = 0; a < inputs.size(); ++a)
+                expectedValues[a] += inputs[a].values.mid(qsizetype(inputs[a].indices[k]) * inputs[a].vertexBytes,
+                                                          inputs[a].vertexBytes);
+        }
+
+        const bool mergeByIndices = mesh % 2 == 1;
+        ModelBuilderInspector::buildGPUFriendlyStreams(builder, mergeByIndices);
+
+        for (qsizetype a = 0; a < inputs.size(); ++a) {
+            QCOMPARE(gpuIndicesOf(builder, inputs[a].name), expectedIndices);
+            QCOMPARE(gpuValuesOf(builder, inputs[a].name), expectedValues[a]);
+        }
+    }
+}
+
+QTEST_GUILESS_MAIN(TestGPUStreams)
+#include "tst_gpustreams.moc"

@@ -19,6 +19,11 @@ QSharedPointer<OpenGLDeviceContext> OpenGLDeviceContext::current()
     return QSharedPointer<OpenGLDeviceContext>::create(context);
 }
 
+QOpenGLContext *OpenGLDeviceContext::context() const
+{
+    return _context;
+}
+
 QSharedPointer<BufferObject> OpenGLDeviceContext::createBufferObject()
 {
     return QSharedPointer<BufferObject>::create();

@@ -23,7 +23,7 @@ public:
     // The context current on this thread, or null when no OpenGL context is current.
     static QSharedPointer<OpenGLDeviceContext> current();
 
-    QOpenGLContext *context() const { return _context; }
+    QOpenGLContext *context() const;
 
     virtual QSharedPointer<BufferObject> createBufferObject();
     virtual QSharedPointer<VertexArrayObject> createVertexArrayObject();

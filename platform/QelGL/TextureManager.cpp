@@ -7,14 +7,13 @@ namespace Vardune::Qel {
 
 TextureManager &TextureManager::Instance()
 {
-    static TextureManager manager;
-    return manager;
+    // Never destroyed: its textures live for the life of the process, and at exit no OpenGL
+    // context is left to delete them in.
+    static TextureManager *manager = new TextureManager;
+    return *manager;
 }
 
-TextureManager::~TextureManager()
-{
-    qDeleteAll(_colorTextures);
-}
+TextureManager::~TextureManager() = default;
 
 Texture *TextureManager::colorTexture(const QColor &color)
 {

@@ -19,3 +19,9 @@ constexpr unsigned int ElementArrayBuffer = 0x8893;
 constexpr unsigned int StaticDraw = 0x88E4;
 
 } // namespace Vardune::Qel::GLType
+
+// Checks quote their conditions in reports as OpenGL spells the names; the definition is the
+// one OpenGL's headers give, so either may come first.
+#ifndef GL_UNSIGNED_INT
+#define GL_UNSIGNED_INT 0x1405
+#endif

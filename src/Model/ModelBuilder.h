@@ -12,7 +12,10 @@
 
 namespace Vardune::Qel {
 
+class BufferObject;
+class DrawBuffers;
 class GPUModel;
+class OpenGLDeviceContext;
 
 // Collects one polygon mesh as modelling formats hold it and uploads it the way a GPU draws it.
 //
@@ -116,6 +119,14 @@ private:
                                        const QSharedPointer<ModelDataStream> &cornerVertices,
                                        const QList<unsigned int> &faceStarts);
     void installGeneratedNormals(const VertexAttribute &positions);
+
+    // Empty when upload() may read every stream it needs, else what is wrong and where.
+    QString uploadContractViolation(const QString &positionAttributeName, bool preparing) const;
+    void prepareForUpload(const QString &positionAttributeName);
+    QSharedPointer<BufferObject> uploadIndexBuffer(OpenGLDeviceContext &context, int vertexCount,
+                                                   unsigned int usage) const;
+    void addDraw(GPUModel *model, DrawBuffers *draw, size_t key, const InstanceData &instanceData,
+                 const QString &materialIdName);
 
     QSharedPointer<ModelDataStreamAllocator> _allocator;
     QHash<QString, MaterialGroup> _materialGroups;

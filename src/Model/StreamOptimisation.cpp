@@ -22,8 +22,6 @@ namespace Vardune::Qel {
 
 namespace {
 
-constexpr unsigned int GL_UNSIGNED_INT = GLType::UnsignedInt;
-
 size_t vertexBytes(ModelDataStream &values, int componentsPerVertex)
 {
     return ModelDataStream::typeSize(values.type()) * size_t(componentsPerVertex);

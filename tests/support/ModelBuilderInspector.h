@@ -24,6 +24,10 @@ struct ModelBuilderInspector
 
     static void buildGPUFriendlyStreams(ModelBuilder &b, bool mergeByIndices) { b.buildGPUFriendlyStreams(mergeByIndices); }
     static void optimizeGPUStreams(ModelBuilder &b) { b.optimizeGPUStreams(); }
+    static QString uploadContractViolation(const ModelBuilder &b, const QString &positionAttributeName, bool preparing)
+    {
+        return b.uploadContractViolation(positionAttributeName, preparing);
+    }
     static void prepareMaterialGroupForUpload(ModelBuilder &b, const QString &name, const QList<unsigned int> &faceStarts,
                                               const QString &positionAttributeName)
     {

@@ -1,0 +1,152 @@
+// Hands a prepared builder to a GPUModel.
+//
+// The first upload prepares (GPU streams, weld, triangles, normals); every upload then makes
+// one index buffer, one vertex buffer per attribute and, per batch key, one vertex array and
+// one DrawBuffers whose indirect commands draw the key's material groups from the shared
+// buffers. Nothing is made unless every read of the builder's streams is in bounds.
+
+#include "GLTypes.h"
+#include "ModelBuilder.h"
+
+#include <QelGL/DrawBuffers.h>
+#include <QelGL/GPUModel.h>
+#include <QelGL/InstanceDataCollection.h>
+#include <QelGL/OpenGLDeviceContext.h>
+
+#include <QMessageLogger>
+
+namespace Vardune::Qel {
+
+namespace {
+
+// Narrows the triangle indices to 16 bits when every vertex number fits, which halves the
+// index buffer; 65,535 itself is kept free (it is the usual primitive-restart index).
+constexpr int kLargestShortIndexVertexCount = 65535;
+
+} // namespace
+
+void ModelBuilder::upload(GPUModel *model, const InstanceData &instanceData, const QString &positionAttributeName,
+                          const QString &materialIdName, unsigned int usage, unsigned int primitiveType)
+{
+    if (!model || !isValid() || !hasVertexAttribute(positionAttributeName))
+        return;
+    const QSharedPointer<OpenGLDeviceContext> context = OpenGLDeviceContext::current();
+    if (!context)
+        return;
+
+    const bool preparing = _triangleIndices->isEmpty();
+    const QString violation = uploadContractViolation(positionAttributeName, preparing);
+    if (!violation.isEmpty()) {
+        QMessageLogger(nullptr, 0, nullptr).warning("upload refused: %s", qUtf8Printable(violation));
+        return;
+    }
+    if (preparing)
+        prepareForUpload(positionAttributeName);
+
+    const VertexAttribute &positions = _vertexAttributes[positionAttributeName];
+    const auto vertexCount = static_cast<int>(positions.gpuValues->size()
+                                              / static_cast<quint64>(positions.componentsPerVertex));
+    const QSharedPointer<BufferObject> indexBuffer = uploadIndexBuffer(*context, vertexCount, usage);
+    const unsigned int indexType = vertexCount >= kLargestShortIndexVertexCount ? _triangleIndices->type()
+                                                                                 : GLType::UnsignedShort;
+    const auto indexCount = static_cast<int>(_triangleIndices->size());
+
+    QHash<QString, QSharedPointer<BufferObject>> vertexBuffers;
+    for (auto it = _vertexAttributes.cbegin(); it != _vertexAttributes.cend(); ++it) {
+        const QSharedPointer<BufferObject> buffer = context->createBufferObject();
+        buffer->setTarget(GLType::ArrayBuffer);
+        buffer->bind();
+        buffer->uploadArbitraryData(it->gpuValues->data(0), static_cast<int>(it->gpuValues->size()), usage,
+                                    ModelDataStream::typeSize(it->gpuValues->type()));
+        buffer->unbind();
+        vertexBuffers[it.key()] = buffer;
+    }
+
+    for (auto it = _drawCommands.cbegin(); it != _drawCommands.cend(); ++it) {
+        auto *draw = new DrawBuffers(nullptr);
+        draw->setVAO(context->createVertexArrayObject());
+        draw->setIndexedDraw(indexBuffer, indexCount, indexType);
+        draw->setVertexCount(static_cast<unsigned int>(vertexCount));
+        draw->setPrimitiveType(primitiveType);
+        draw->setDrawElementsIndirectCommands(it->constData(), static_cast<int>(it->size()));
+        for (auto buffer = vertexBuffers.cbegin(); buffer != vertexBuffers.cend(); ++buffer) {
+            const VertexAttribute &attribute = _vertexAttributes[buffer.key()];
+            draw->VAO()->registerBO(buffer.key(), buffer.value(), attribute.componentsPerVertex,
+                                    attribute.gpuValues->type());
+        }
+        addDraw(model, draw, it.key(), instanceData, materialIdName);
+    }
+}
+
+void ModelBuilder::prepareForUpload(const QString &positionAttributeName)
+{
+    buildGPUFriendlyStreams(false);
+    const VertexAttribute &positions = _vertexAttributes[positionAttributeName];
+
+    const size_t faceCount = _verticesPerFace->size();
+    const auto *cornerCounts = static_cast<const unsigned int *>(_verticesPerFace->data(0));
+    QList<unsigned int> faceStarts;
+    faceStarts.reserve(static_cast<qsizetype>(faceCount));
+    unsigned int start = 0;
+    for (size_t f = 0; f < faceCount; ++f) {
+        faceStarts.append(start);
+        start += cornerCounts[f];
+    }
+
+    for (auto it = _materialGroups.cbegin(); it != _materialGroups.cend(); ++it) {
+        if (!it->faces->isEmpty())
+            prepareMaterialGroupForUpload(it.key(), *it, positions.gpuValues, positions.gpuIndices, faceStarts);
+    }
+    if (!_normalsAttributeName.isNull())
+        installGeneratedNormals(positions);
+}
+
+QSharedPointer<BufferObject> ModelBuilder::uploadIndexBuffer(OpenGLDeviceContext &context, int vertexCount,
+                                                             unsigned int usage) const
+{
+    const QSharedPointer<BufferObject> buffer = context.createBufferObject();
+    buffer->setTarget(GLType::ElementArrayBuffer);
+    buffer->bind();
+    const size_t indexCount = _triangleIndices->size();
+    const auto *indices = static_cast<const unsigned int *>(_triangleIndices->data(0));
+    if (vertexCount >= kLargestShortIndexVertexCount) {
+        buffer->uploadGLuintData(indices, static_cast<int>(indexCount), usage);
+    } else {
+        const QSharedPointer<ModelDataStream> narrow = newStream(GLType::UnsignedShort, indexCount);
+        auto *shortIndices = static_cast<unsigned short *>(narrow->data(0));
+        for (size_t i = 0; i < indexCount; ++i)
+            shortIndices[i] = static_cast<unsigned short>(indices[i]);
+        buffer->uploadGLushortData(shortIndices, static_cast<int>(narrow->size()), usage);
+    }
+    buffer->unbind();
+    return buffer;
+}
+
+void ModelBuilder::addDraw(GPUModel *model, DrawBuffers *draw, size_t key, const InstanceData &instanceData,
+                           const QString &materialIdName)
+{
+    const QList<QString> names = _drawGroupNames[key];
+    QList<InstanceData> instances;
+    QList<InstanceData> materials;
+    instances.reserve(names.size());
+    for (const QString &name : names) {
+        const MaterialGroup &group = _materialGroups[name];
+        instances.append(instanceData);
+        if (materialIdName.isNull())
+            materials.append(group.material);
+        else
+            instances.last().set(materialIdName, &group.id, sizeof group.id);
+    }
+    auto *materialCollection
+        = materials.isEmpty() ? nullptr : new InstanceDataCollection(materials.first().name(), materials);
+    auto *instanceCollection
+        = instances.isEmpty() ? nullptr : new InstanceDataCollection(instanceData.name(), instances);
+    const unsigned long long drawKey = key;
+    const int index = model->add(draw, 1, materialCollection, instanceCollection, drawKey);
+    for (int i = 0; i < names.size(); ++i) {
+        model->addMaterialName(index, i, names[i]);
+        model->addObjectName(index, i, _materialGroups[names[i]].objectName);
+    }
+}
+
+} // namespace Vardune::Qel

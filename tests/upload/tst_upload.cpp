@@ -1,0 +1,589 @@
+#include "GLTestContext.h"
+#include "MessageCapture.h"
+#include "ModelBuilderInspector.h"
+#include "NormalGeneration.h"
+
+#include <QelGL/GPUModel.h>
+
+#include <QTest>
+
+#include <cmath>
+#include <numeric>
+
+using namespace Vardune::Qel;
+
+namespace {
+
+constexpr unsigned int kFloat = 0x1406;
+constexpr unsigned int kUnsignedShort = 0x1403;
+constexpr unsigned int kUnsignedInt = 0x1405;
+constexpr unsigned int kStaticDraw = 0x88E4;
+constexpr unsigned int kTriangles = 4;
+
+struct Vec3f
+{
+    float x, y, z;
+    friend bool operator==(const Vec3f &a, const Vec3f &b) { return a.x == b.x && a.y == b.y && a.z == b.z; }
+};
+
+char *toString(const Vec3f &v)
+{
+    return QTest::toString(QStringLiteral("(%1, %2, %3)").arg(v.x).arg(v.y).arg(v.z));
+}
+
+// A unit cube: six quads, counter-clockwise seen from outside. Texture coordinates are indexed
+// independently of the positions: every face uses the four corners of the unit square.
+const float kCubePositions[24] = { 0, 0, 0, 1, 0, 0, 1, 1, 0, 0, 1, 0, 0, 0, 1, 1, 0, 1, 1, 1, 1, 0, 1, 1 };
+const unsigned int kCubeFaces[6][4] = { { 0, 3, 2, 1 }, { 4, 5, 6, 7 }, { 0, 1, 5, 4 },
+                                        { 3, 7, 6, 2 }, { 0, 4, 7, 3 }, { 1, 2, 6, 5 } };
+const float kSquareCorners[8] = { 0, 0, 1, 0, 1, 1, 0, 1 };
+
+InstanceData colour(float r, float g, float b)
+{
+    InstanceData material(QStringLiteral("OBJMaterial"));
+    const float kd[3] = { r, g, b };
+    material.set(QStringLiteral("Kd"), kd, sizeof kd);
+    return material;
+}
+
+InstanceData identityInstance()
+{
+    InstanceData instance(QStringLiteral("InstanceInfo"));
+    const float identity[16] = { 1, 0, 0, 0, 0, 1, 0, 0, 0, 0, 1, 0, 0, 0, 0, 1 };
+    instance.set(QStringLiteral("ModelMatrix"), identity, sizeof identity);
+    return instance;
+}
+
+// The cube with "sides" (faces 0-2, flags 0x1) and "caps" (faces 3-5, flags 0x2).
+void feedCube(ModelBuilder &builder)
+{
+    builder.createMaterialGroup(QStringLiteral("sides"), colour(1, 0, 0), -1, 0x1);
+    builder.createMaterialGroup(QStringLiteral("caps"), colour(0, 0, 1), -1, 0x2);
+    builder.createVertexAttribute(QStringLiteral("va_Vertex"), 3, kFloat, 0, 0);
+    builder.addValuesToVertexAttribute(QStringLiteral("va_Vertex"), 24, kCubePositions, kFloat);
+    builder.createVertexAttribute(QStringLiteral("va_TexCoord"), 2, kFloat, 0, 0);
+    builder.addValuesToVertexAttribute(QStringLiteral("va_TexCoord"), 8, kSquareCorners, kFloat);
+    const unsigned int squareCorner[4] = { 0, 1, 2, 3 };
+    const unsigned int four = 4;
+    for (unsigned int f = 0; f < 6; ++f) {
+        builder.addVertexCountsToFaces(1, &four);
+        builder.addIndicesToVertexAttribute(QStringLiteral("va_Vertex"), 4, kCubeFaces[f]);
+        builder.addIndicesToVertexAttribute(QStringLiteral("va_TexCoord"), 4, squareCorner);
+        builder.addFacesToMaterialGroup(f < 3 ? QStringLiteral("sides") : QStringLiteral("caps"), 1, &f,
+                                        f < 3 ? QStringLiteral("box") : QStringLiteral("lid"));
+    }
+}
+
+template<typename T>
+QList<T> elementsOf(const QByteArray &bytes)
+{
+    const T *first = reinterpret_cast<const T *>(bytes.constData());
+    return QList<T>(first, first + bytes.size() / qsizetype(sizeof(T)));
+}
+
+template<typename T>
+QList<T> elementsOf(const QSharedPointer<ModelDataStream> &stream)
+{
+    const T *first = static_cast<const T *>(stream->data(0));
+    return QList<T>(first, first + stream->size());
+}
+
+// The vertex buffer of an attribute, as OpenGL holds it.
+QByteArray uploadedValues(const GPUModel &model, const QString &attribute)
+{
+    const auto attributes = model.draw(0).buffers->VAO()->attributes();
+    for (const auto &entry : attributes) {
+        if (entry.name == attribute)
+            return entry.buffer->readBack();
+    }
+    return {};
+}
+
+int drawOfGroup(const GPUModel &model, const QString &group, int *position)
+{
+    for (int d = 0; d < model.drawCount(); ++d) {
+        const qsizetype at = model.draw(d).materialNames.indexOf(group);
+        if (at >= 0) {
+            *position = static_cast<int>(at);
+            return d;
+        }
+    }
+    return -1;
+}
+
+int statisticsLines(const MessageCapture &capture)
+{
+    return static_cast<int>(capture.texts(QtDebugMsg).filter(QStringLiteral("Vertices Map")).size());
+}
+
+} // namespace
+
+class TestUpload : public QObject
+{
+    Q_OBJECT
+
+private slots:
+    void texturedCubeReachesTheGPU();
+    void generatedNormalsPointInward();
+    void indexTypeFollowsVertexCount_data();
+    void indexTypeFollowsVertexCount();
+    void flagsMaskBatchesGroups_data();
+    void flagsMaskBatchesGroups();
+    void materialIdsReplaceMaterials_data();
+    void materialIdsReplaceMaterials();
+    void secondUploadReusesPreparation();
+    void groupsWithoutTrianglesStillGetACommand();
+    void contractViolationsAreRefused_data();
+    void contractViolationsAreRefused();
+    void attributeAddedAfterUploadIsRefused();
+    void nothingHappensWithoutContextOrValidity();
+    void wrongFaceCountTypeIsReported();
+    void generateNormalsArithmetic_data();
+    void generateNormalsArithmetic();
+};
+
+void TestUpload::texturedCubeReachesTheGPU()
+{
+    GLTestContext gl;
+    QEL_REQUIRE_GL(gl);
+    ModelBuilder builder(nullptr, 0x3);
+    feedCube(builder);
+    GPUModel model;
+    builder.upload(&model, identityInstance(), QStringLiteral("va_Vertex"), QString(), kStaticDraw, kTriangles);
+
+    // 24 corners, of which (position 0, corner 0) and (position 6, corner 2) occur three
+    // times each: 20 distinct vertices.
+    QCOMPARE(model.drawCount(), 2);
+    const DrawBuffers *first = model.draw(0).buffers;
+    QCOMPARE(first->vertexCount(), 20u);
+    QCOMPARE(first->indexCount(), 36);
+    QCOMPARE(first->indexType(), kUnsignedShort);
+    QCOMPARE(first->primitiveType(), kTriangles);
+
+    const QList<unsigned short> indices = elementsOf<unsigned short>(first->indexBuffer()->readBack());
+    QCOMPARE(indices.size(), 36);
+    const QList<float> positions = elementsOf<float>(uploadedValues(model, QStringLiteral("va_Vertex")));
+    const QList<float> texCoords = elementsOf<float>(uploadedValues(model, QStringLiteral("va_TexCoord")));
+    QCOMPARE(positions.size(), 60);
+    QCOMPARE(texCoords.size(), 40);
+
+    // Each group's stretch of the shared index buffer draws its quads as (0, 1, 3), (1, 2, 3).
+    const int pattern[6] = { 0, 1, 3, 1, 2, 3 };
+    for (const QString &group : { QStringLiteral("sides"), QStringLiteral("caps") }) {
+        int position = -1;
+        const int d = drawOfGroup(model, group, &position);
+        QVERIFY(d >= 0);
+        const GPUModel::Draw &draw = model.draw(d);
+        QCOMPARE(draw.key, group == QLatin1String("sides") ? 1ull : 2ull);
+        QCOMPARE(draw.objectNames.value(position),
+                 group == QLatin1String("sides") ? QStringLiteral("box") : QStringLiteral("lid"));
+        const DrawElementsIndirectCommand command = draw.buffers->drawElementsIndirectCommands().at(position);
+        QCOMPARE(command.count, 18u);
+        QCOMPARE(command.instanceCount, 1u);
+        QCOMPARE(command.baseVertex, 0);
+        QCOMPARE(command.baseInstance, 0u);
+        const unsigned int firstFace = group == QLatin1String("sides") ? 0 : 3;
+        for (unsigned int i = 0; i < 18; ++i) {
+            const unsigned int face = firstFace + i / 6;
+            const int corner = pattern[i % 6];
+            const unsigned short vertex = indices.at(command.firstIndex + i);
+            const unsigned int p = kCubeFaces[face][corner];
+            QCOMPARE(positions.mid(3 * vertex, 3), QList<float>(kCubePositions + 3 * p, kCubePositions + 3 * p + 3));
+            QCOMPARE(texCoords.mid(2 * vertex, 2), QList<float>(kSquareCorners + 2 * corner, kSquareCorners + 2 * corner + 2));
+        }
+        // The same buffers serve both draws.
+        QCOMPARE(draw.buffers->indexBuffer(), model.draw(0).buffers->indexBuffer());
+        QCOMPARE(draw.materials->count(), 1);
+        QCOMPARE(draw.materials->name(), QStringLiteral("OBJMaterial"));
+        QCOMPARE(draw.materials->at(0), group == QLatin1String("sides") ? colour(1, 0, 0) : colour(0, 0, 1));
+        QCOMPARE(draw.instances->name(), QStringLiteral("InstanceInfo"));
+        QCOMPARE(draw.instances->at(0), identityInstance());
+    }
+    // The index buffer holds exactly the builder's triangle indices, narrowed.
+    QList<unsigned short> expected;
+    for (unsigned int index : elementsOf<unsigned int>(ModelBuilderInspector::triangleIndices(builder)))
+        expected.append(static_cast<unsigned short>(index));
+    QCOMPARE(indices, expected);
+}
+
+void TestUpload::generatedNormalsPointInward()
+{
+    GLTestContext gl;
+    QEL_REQUIRE_GL(gl);
+    ModelBuilder builder;
+    feedCube(builder);
+    builder.generateNormals(QStringLiteral("va_Normal"));
+    GPUModel model;
+    builder.upload(&model, identityInstance(), QStringLiteral("va_Vertex"), QString(), kStaticDraw, kTriangles);
+    QVERIFY(builder.hasVertexAttribute(QStringLiteral("va_Normal")));
+    const auto &attributes = ModelBuilderInspector::vertexAttributes(builder);
+    QCOMPARE(attributes[QStringLiteral("va_Normal")].gpuIndices, attributes[QStringLiteral("va_Vertex")].gpuIndices);
+
+    const QList<float> positions = elementsOf<float>(uploadedValues(model, QStringLiteral("va_Vertex")));
+    const QList<float> texCoords = elementsOf<float>(uploadedValues(model, QStringLiteral("va_TexCoord")));
+    const QList<float> normals = elementsOf<float>(uploadedValues(model, QStringLiteral("va_Normal")));
+    QCOMPARE(normals, elementsOf<float>(attributes[QStringLiteral("va_Normal")].gpuValues));
+    QCOMPARE(normals.size(), 60);
+
+    const float third = 1.0f / std::hypot(1.0f, 1.0f, 1.0f);
+    const float half = 1.0f / std::hypot(1.0f, 1.0f);
+    const float capCorner = -half / std::hypot(half, half, half);
+    for (int v = 0; v < 20; ++v) {
+        const Vec3f p { positions[3 * v], positions[3 * v + 1], positions[3 * v + 2] };
+        const Vec3f n { normals[3 * v], normals[3 * v + 1], normals[3 * v + 2] };
+        const bool cornerZero = p == Vec3f { 0, 0, 0 } && texCoords[2 * v] == 0 && texCoords[2 * v + 1] == 0;
+        const bool cornerSix = p == Vec3f { 1, 1, 1 } && texCoords[2 * v] == 1 && texCoords[2 * v + 1] == 1;
+        if (cornerZero) {
+            // Shared by three faces, each adding its inward unit normal at a right angle.
+            QCOMPARE(n, (Vec3f { third, third, third }));
+        } else if (cornerSix) {
+            // Shared by three faces, at the middle corner of their second triangles (45 degrees).
+            QCOMPARE(n, (Vec3f { capCorner, capCorner, capCorner }));
+        } else {
+            // Used by one face only: its inward axis, exactly.
+            QCOMPARE(std::fabs(n.x) + std::fabs(n.y) + std::fabs(n.z), 1.0f);
+            const Vec3f inward { p.x == 0 && n.x != 0 ? 1.0f : (n.x != 0 ? -1.0f : 0.0f),
+                                 p.y == 0 && n.y != 0 ? 1.0f : (n.y != 0 ? -1.0f : 0.0f),
+                                 p.z == 0 && n.z != 0 ? 1.0f : (n.z != 0 ? -1.0f : 0.0f) };
+            QCOMPARE(n, inward);
+        }
+    }
+}
+
+void TestUpload::indexTypeFollowsVertexCount_data()
+{
+    QTest::addColumn<int>("triangles");
+    QTest::addColumn<int>("quads");
+    QTest::addColumn<unsigned int>("indexType");
+    QTest::newRow("65,534 vertices") << 21842 << 2 << kUnsignedShort;
+    QTest::newRow("65,535 vertices") << 21845 << 0 << kUnsignedInt;
+}
+
+void TestUpload::indexTypeFollowsVertexCount()
+{
+    QFETCH(int, triangles);
+    QFETCH(int, quads);
+    QFETCH(unsigned int, indexType);
+    GLTestContext gl;
+    QEL_REQUIRE_GL(gl);
+    // Every corner its own position, so that no vertex welds.
+    const int vertexCount = 3 * triangles + 4 * quads;
+    QList<float> positions;
+    QList<unsigned int> corners, counts;
+    for (int v = 0; v < vertexCount; ++v) {
+        positions << float(v % 256) << float(v / 256) << 0.0f;
+        corners << unsigned(v);
+    }
+    counts.fill(3, triangles);
+    for (int q = 0; q < quads; ++q)
+        counts << 4;
+    QList<unsigned int> faces(counts.size());
+    std::iota(faces.begin(), faces.end(), 0u);
+    ModelBuilder builder;
+    builder.createMaterialGroup(QStringLiteral("g"), colour(1, 1, 1), -1, 0);
+    builder.createVertexAttribute(QStringLiteral("p"), 3, kFloat, 0, 0);
+    builder.addValuesToVertexAttribute(QStringLiteral("p"), size_t(positions.size()), positions.constData(), kFloat);
+    builder.addIndicesToVertexAttribute(QStringLiteral("p"), size_t(corners.size()), corners.constData());
+    builder.addVertexCountsToFaces(size_t(counts.size()), counts.constData());
+    builder.addFacesToMaterialGroup(QStringLiteral("g"), size_t(faces.size()), faces.constData(), QString());
+    GPUModel model;
+    builder.upload(&model, identityInstance(), QStringLiteral("p"), QString(), kStaticDraw, kTriangles);
+
+    QCOMPARE(model.drawCount(), 1);
+    const DrawBuffers *draw = model.draw(0).buffers;
+    QCOMPARE(draw->vertexCount(), unsigned(vertexCount));
+    QCOMPARE(draw->indexType(), indexType);
+    const QList<unsigned int> triangleIndices = elementsOf<unsigned int>(ModelBuilderInspector::triangleIndices(builder));
+    QCOMPARE(draw->indexCount(), triangleIndices.size());
+    const QByteArray stored = draw->indexBuffer()->readBack();
+    if (indexType == kUnsignedInt) {
+        QCOMPARE(elementsOf<unsigned int>(stored), triangleIndices);
+    } else {
+        QList<unsigned short> narrowed;
+        for (unsigned int index : triangleIndices)
+            narrowed << static_cast<unsigned short>(index);
+        QCOMPARE(elementsOf<unsigned short>(stored), narrowed);
+    }
+    QCOMPARE(uploadedValues(model, QStringLiteral("p")),
+             QByteArray(reinterpret_cast<const char *>(positions.constData()), positions.size() * 4));
+}
+
+void TestUpload::flagsMaskBatchesGroups_data()
+{
+    QTest::addColumn<qulonglong>("mask");
+    QTest::addColumn<int>("draws");
+    QTest::newRow("mask 0: one draw") << 0ull << 1;
+    QTest::newRow("mask 1: two draws") << 1ull << 2;
+    QTest::newRow("all bits: three draws") << ~0ull << 3;
+}
+
+void TestUpload::flagsMaskBatchesGroups()
+{
+    QFETCH(qulonglong, mask);
+    QFETCH(int, draws);
+    GLTestContext gl;
+    QEL_REQUIRE_GL(gl);
+    ModelBuilder builder(nullptr, size_t(mask));
+    const float positions[9] = { 0, 0, 0, 1, 0, 0, 0, 1, 0 };
+    const unsigned int corners[9] = { 0, 1, 2, 0, 1, 2, 0, 1, 2 };
+    const unsigned int counts[3] = { 3, 3, 3 };
+    builder.createVertexAttribute(QStringLiteral("p"), 3, kFloat, 0, 0);
+    builder.addValuesToVertexAttribute(QStringLiteral("p"), 9, positions, kFloat);
+    builder.addIndicesToVertexAttribute(QStringLiteral("p"), 9, corners);
+    builder.addVertexCountsToFaces(3, counts);
+    for (unsigned int g = 0; g < 3; ++g) {
+        const QString name = QStringLiteral("group%1").arg(g + 1);
+        builder.createMaterialGroup(name, colour(float(g), 0, 0), -1, g + 1);
+        builder.addFacesToMaterialGroup(name, 1, &g, QStringLiteral("object%1").arg(g + 1));
+    }
+    GPUModel model;
+    builder.upload(&model, identityInstance(), QStringLiteral("p"), QString(), kStaticDraw, kTriangles);
+    QCOMPARE(model.drawCount(), draws);
+    QStringList names, objects;
+    QList<unsigned int> firstIndices;
+    for (int d = 0; d < model.drawCount(); ++d) {
+        const GPUModel::Draw &draw = model.draw(d);
+        const auto commands = draw.buffers->drawElementsIndirectCommands();
+        QCOMPARE(commands.size(), draw.materialNames.size());
+        QCOMPARE(draw.objectNames.size(), draw.materialNames.size());
+        QCOMPARE(draw.materials->count(), commands.size());
+        QCOMPARE(draw.instances->count(), commands.size());
+        for (int i = 0; i < commands.size(); ++i) {
+            const QString name = draw.materialNames[i];
+            QCOMPARE(draw.objectNames[i], QString(name).replace(QStringLiteral("group"), QStringLiteral("object")));
+            QCOMPARE(draw.key, qulonglong(builder.materialGroupFlags(name)) & mask);
+            QCOMPARE(commands[i].count, 3u);
+            names << name;
+            firstIndices << commands[i].firstIndex;
+        }
+    }
+    names.sort();
+    std::sort(firstIndices.begin(), firstIndices.end());
+    QCOMPARE(names, QStringList({ "group1", "group2", "group3" }));
+    // The groups' stretches follow one another without gaps.
+    QCOMPARE(firstIndices, QList<unsigned int>({ 0, 3, 6 }));
+}
+
+void TestUpload::materialIdsReplaceMaterials_data()
+{
+    QTest::addColumn<QString>("materialIdName");
+    QTest::newRow("null: materials") << QString();
+    QTest::newRow("empty but not null: ids") << QString(QLatin1String(""));
+    QTest::newRow("named: ids") << QStringLiteral("MaterialId");
+}
+
+void TestUpload::materialIdsReplaceMaterials()
+{
+    QFETCH(QString, materialIdName);
+    GLTestContext gl;
+    QEL_REQUIRE_GL(gl);
+    ModelBuilder builder;
+    feedCube(builder);
+    GPUModel model;
+    builder.upload(&model, identityInstance(), QStringLiteral("va_Vertex"), materialIdName, kStaticDraw, kTriangles);
+    QCOMPARE(model.drawCount(), 1);
+    const GPUModel::Draw &draw = model.draw(0);
+    QCOMPARE(draw.instances->count(), 2);
+    if (materialIdName.isNull()) {
+        QCOMPARE(draw.materials->count(), 2);
+        QCOMPARE(draw.instances->at(0), identityInstance());
+        QCOMPARE(draw.instances->at(1), identityInstance());
+        return;
+    }
+    QVERIFY(draw.materials == nullptr);
+    for (int i = 0; i < 2; ++i) {
+        const int id = builder.materialGroupId(draw.materialNames[i]);
+        InstanceData expected = identityInstance();
+        expected.set(materialIdName, &id, 4);
+        QCOMPARE(draw.instances->at(i), expected);
+    }
+}
+
+void TestUpload::secondUploadReusesPreparation()
+{
+    GLTestContext gl;
+    QEL_REQUIRE_GL(gl);
+    ModelBuilder builder(nullptr, 0x3);
+    feedCube(builder);
+    builder.generateNormals(QStringLiteral("va_Normal"));
+    MessageCapture capture;
+    GPUModel first, second;
+    builder.upload(&first, identityInstance(), QStringLiteral("va_Vertex"), QString(), kStaticDraw, kTriangles);
+    const QSharedPointer<ModelDataStream> triangles = ModelBuilderInspector::triangleIndices(builder);
+    const QSharedPointer<ModelDataStream> normals
+        = ModelBuilderInspector::vertexAttributes(builder)[QStringLiteral("va_Normal")].gpuValues;
+    builder.upload(&second, identityInstance(), QStringLiteral("va_Vertex"), QString(), kStaticDraw, kTriangles);
+    QCOMPARE(statisticsLines(capture), 1);
+    QCOMPARE(ModelBuilderInspector::triangleIndices(builder), triangles);
+    QCOMPARE(ModelBuilderInspector::vertexAttributes(builder)[QStringLiteral("va_Normal")].gpuValues, normals);
+    QCOMPARE(second.drawCount(), first.drawCount());
+    for (int d = 0; d < first.drawCount(); ++d) {
+        QCOMPARE(second.draw(d).materialNames, first.draw(d).materialNames);
+        QCOMPARE(second.draw(d).buffers->drawElementsIndirectCommands(),
+                 first.draw(d).buffers->drawElementsIndirectCommands());
+        QVERIFY(second.draw(d).buffers->indexBuffer() != first.draw(d).buffers->indexBuffer());
+        QCOMPARE(second.draw(d).buffers->indexBuffer()->readBack(), first.draw(d).buffers->indexBuffer()->readBack());
+    }
+}
+
+void TestUpload::groupsWithoutTrianglesStillGetACommand()
+{
+    GLTestContext gl;
+    QEL_REQUIRE_GL(gl);
+    ModelBuilder builder;
+    const float positions[6] = { 0, 0, 0, 1, 0, 0 };
+    const unsigned int corners[4] = { 0, 1, 0, 1 };
+    const unsigned int counts[2] = { 2, 2 };
+    const unsigned int faces[2] = { 0, 1 };
+    builder.createVertexAttribute(QStringLiteral("p"), 3, kFloat, 0, 0);
+    builder.addValuesToVertexAttribute(QStringLiteral("p"), 6, positions, kFloat);
+    builder.addIndicesToVertexAttribute(QStringLiteral("p"), 4, corners);
+    builder.addVertexCountsToFaces(2, counts);
+    builder.createMaterialGroup(QStringLiteral("lines"), colour(1, 1, 1), -1, 0);
+    builder.createMaterialGroup(QStringLiteral("empty"), colour(1, 1, 1), -1, 0);
+    builder.addFacesToMaterialGroup(QStringLiteral("lines"), 2, faces, QString());
+    MessageCapture capture;
+    GPUModel model;
+    builder.upload(&model, identityInstance(), QStringLiteral("p"), QString(), kStaticDraw, kTriangles);
+    QCOMPARE(capture.texts(QtWarningMsg), QStringList(2, "Cannot triangulate a polygon with fewer than 3 vertices"));
+    QCOMPARE(model.drawCount(), 1);
+    QCOMPARE(model.draw(0).materialNames, QStringList({ "lines" }));
+    QCOMPARE(model.draw(0).buffers->drawElementsIndirectCommands(),
+             QList<DrawElementsIndirectCommand>({ DrawElementsIndirectCommand { 0, 1, 0, 0, 0 } }));
+    QVERIFY(ModelBuilderInspector::triangleIndices(builder)->isEmpty());
+}
+
+void TestUpload::contractViolationsAreRefused_data()
+{
+    QTest::addColumn<QString>("breach");
+    QTest::addColumn<QString>("warning");
+    QTest::newRow("index count") << "index count"
+                                 << "upload refused: attribute 'va_TexCoord' has 23 indices for 24 face corners";
+    QTest::newRow("index range") << "index range"
+                                 << "upload refused: attribute 'va_TexCoord' index 4 at corner 5 is outside its 4 vertices";
+    QTest::newRow("face number") << "face number"
+                                 << "upload refused: material group 'caps' lists face 6 at position 3, but there are 6 faces";
+    QTest::newRow("position components")
+        << "position components" << "upload refused: position attribute 'va_TexCoord' must hold 3 GL_FLOAT components per vertex";
+}
+
+void TestUpload::contractViolationsAreRefused()
+{
+    QFETCH(QString, breach);
+    QFETCH(QString, warning);
+    GLTestContext gl;
+    QEL_REQUIRE_GL(gl);
+    ModelBuilder builder;
+    feedCube(builder);
+    QString position = QStringLiteral("va_Vertex");
+    auto &texCoords = ModelBuilderInspector::vertexAttributes(builder)[QStringLiteral("va_TexCoord")];
+    if (breach == QLatin1String("index count")) {
+        texCoords.indices->resize(23);
+    } else if (breach == QLatin1String("index range")) {
+        const unsigned int outside = 4;
+        texCoords.indices->setData(5, 1, &outside);
+    } else if (breach == QLatin1String("face number")) {
+        const unsigned int face = 6;
+        builder.addFacesToMaterialGroup(QStringLiteral("caps"), 1, &face, QStringLiteral("lid"));
+    } else {
+        position = QStringLiteral("va_TexCoord");
+    }
+    MessageCapture capture;
+    GPUModel model;
+    builder.upload(&model, identityInstance(), position, QString(), kStaticDraw, kTriangles);
+    QCOMPARE(capture.texts(QtWarningMsg), QStringList({ warning }));
+    QVERIFY(model.isEmpty());
+    QVERIFY(ModelBuilderInspector::triangleIndices(builder)->isEmpty());
+    QVERIFY(ModelBuilderInspector::vertexAttributes(builder)[QStringLiteral("va_Vertex")].gpuValues.isNull());
+}
+
+void TestUpload::attributeAddedAfterUploadIsRefused()
+{
+    GLTestContext gl;
+    QEL_REQUIRE_GL(gl);
+    ModelBuilder builder;
+    feedCube(builder);
+    GPUModel first;
+    builder.upload(&first, identityInstance(), QStringLiteral("va_Vertex"), QString(), kStaticDraw, kTriangles);
+    QCOMPARE(first.drawCount(), 1);
+    builder.createVertexAttribute(QStringLiteral("va_Color"), 4, 0x1401, 0, 0);
+    const unsigned char white[4] = { 255, 255, 255, 255 };
+    const QList<unsigned int> corners(24, 0u);
+    builder.addValuesToVertexAttribute(QStringLiteral("va_Color"), 4, white, 0x1401);
+    builder.addIndicesToVertexAttribute(QStringLiteral("va_Color"), 24, corners.constData());
+    MessageCapture capture;
+    GPUModel second;
+    builder.upload(&second, identityInstance(), QStringLiteral("va_Vertex"), QString(), kStaticDraw, kTriangles);
+    QCOMPARE(capture.texts(QtWarningMsg),
+             QStringList({ "upload refused: attribute 'va_Color' was created after the first upload; clear() the "
+                           "builder and feed it again" }));
+    QVERIFY(second.isEmpty());
+}
+
+void TestUpload::nothingHappensWithoutContextOrValidity()
+{
+    ModelBuilder builder;
+    feedCube(builder);
+    GPUModel model;
+    MessageCapture capture;
+    builder.upload(&model, identityInstance(), QStringLiteral("va_Vertex"), QString(), kStaticDraw, kTriangles);
+    QVERIFY(model.isEmpty());
+    QVERIFY(ModelBuilderInspector::triangleIndices(builder)->isEmpty());
+
+    GLTestContext gl;
+    QEL_REQUIRE_GL(gl);
+    builder.upload(&model, identityInstance(), QStringLiteral("va_Position"), QString(), kStaticDraw, kTriangles);
+    ModelBuilder empty;
+    empty.upload(&model, identityInstance(), QStringLiteral("va_Vertex"), QString(), kStaticDraw, kTriangles);
+    QVERIFY(model.isEmpty());
+    QVERIFY(capture.messages().isEmpty());
+    QVERIFY(ModelBuilderInspector::vertexAttributes(builder)[QStringLiteral("va_Vertex")].gpuValues.isNull());
+}
+
+void TestUpload::wrongFaceCountTypeIsReported()
+{
+    ModelBuilder builder;
+    feedCube(builder);
+    ModelBuilderInspector::buildGPUFriendlyStreams(builder, false);
+    ModelBuilderInspector::verticesPerFace(builder)->setType(kUnsignedShort);
+    MessageCapture capture;
+    ModelBuilderInspector::prepareMaterialGroupForUpload(builder, QStringLiteral("caps"), { 0, 4, 8, 12, 16, 20 },
+                                                         QStringLiteral("va_Vertex"));
+    QCOMPARE(capture.texts(QtCriticalMsg),
+             QStringList({ "[MaterialGroupPreparation.cpp:926] [ !! ] Assertion 'GL_UNSIGNED_INT == "
+                           "_verticesPerFace->type()' failed: Wrong Face type 0x1403, needs to be 0x1405" }));
+    QCOMPARE(ModelBuilderInspector::drawCommands(builder)[0].size(), 1);
+    QCOMPARE(ModelBuilderInspector::drawCommands(builder)[0][0].count, 0u);
+}
+
+void TestUpload::generateNormalsArithmetic_data()
+{
+    QTest::addColumn<QList<float>>("positions");
+    QTest::addColumn<QList<unsigned int>>("indices");
+    QTest::addColumn<QList<float>>("normals");
+    const QList<float> square = { 0, 0, 0, 1, 0, 0, 1, 1, 0, 0, 1, 0, 5, 5, 5 };
+    QTest::newRow("square seen from +z, unused vertex")
+        << square << QList<unsigned int>({ 0, 1, 2, 0, 2, 3 })
+        << QList<float>({ 0, 0, -1, 0, 0, -1, 0, 0, -1, 0, 0, -1, 0, 0, 0 });
+    QTest::newRow("coincident corners add nothing")
+        << square << QList<unsigned int>({ 0, 1, 2, 0, 0, 3 })
+        << QList<float>({ 0, 0, -1, 0, 0, -1, 0, 0, -1, 0, 0, 0, 0, 0, 0 });
+    QTest::newRow("no triangles") << square << QList<unsigned int>() << QList<float>(15, 0.0f);
+    // Lengths not near 1 are divided out: a triangle twice as large gives the same normal.
+    QTest::newRow("scaled") << QList<float>({ 0, 0, 0, 0, 2, 0, 2, 0, 0 }) << QList<unsigned int>({ 0, 1, 2 })
+                            << QList<float>({ 0, 0, 1, 0, 0, 1, 0, 0, 1 });
+}
+
+void TestUpload::generateNormalsArithmetic()
+{
+    QFETCH(QList<float>, positions);
+    QFETCH(QList<unsigned int>, indices);
+    QFETCH(QList<float>, normals);
+    QList<float> result(positions.size(), 42.0f);
+    GenerateNormals(int(positions.size() / 3), int(indices.size()), positions.constData(), indices.constData(),
+                    result.data());
+    QCOMPARE(result, normals);
+}
+
+QTEST_MAIN(TestUpload)
+#include "tst_upload.moc"

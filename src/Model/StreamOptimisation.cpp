@@ -16,6 +16,7 @@
 #include <QMessageLogger>
 #include <QVarLengthArray>
 
+#include <algorithm>
 #include <memory>
 
 namespace Vardune::Qel {
@@ -35,9 +36,16 @@ bool cornersAreVertices(ModelDataStream &indices, int vertexCount)
 {
     if (indices.type() != GL_UNSIGNED_INT || indices.size() != size_t(qMax(vertexCount, 0)))
         return false;
+    // Blocks without an early exit inside, so that the compiler vectorises the comparison.
+    constexpr size_t kBlock = 4096;
     const auto *vertex = static_cast<const unsigned int *>(indices.data(0));
-    for (size_t k = 0; k < indices.size(); ++k) {
-        if (vertex[k] != k)
+    const size_t count = indices.size();
+    for (size_t start = 0; start < count; start += kBlock) {
+        const size_t end = std::min(count, start + kBlock);
+        unsigned int mismatch = 0;
+        for (size_t k = start; k < end; ++k)
+            mismatch |= vertex[k] ^ unsigned(k);
+        if (mismatch != 0)
             return false;
     }
     return true;

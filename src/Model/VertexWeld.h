@@ -21,7 +21,8 @@ struct VertexWeldStream
 // `vertexCount` entries; `vertexCount` must be below 2^31.
 //
 // Working memory: one table of 6 bytes per vertex, allocated once and freed on return; only the
-// part that the distinct vertices need (8 bytes per distinct vertex or less) is ever touched.
+// part that the distinct vertices need (at most 16 bytes per distinct vertex, 16 KiB to start)
+// is ever touched.
 size_t weldVertices(unsigned int *remap, unsigned int *survivors, size_t vertexCount, const VertexWeldStream *streams,
                     size_t streamCount);
 

@@ -77,7 +77,8 @@ void ModelBuilder::optimizeGPUStreams()
         if (attribute.values.isNull())
             continue;
         attributes.append(&attribute);
-        streams.append({ attribute.gpuValues->data(0), vertexBytes(*attribute.gpuValues, attribute.componentsPerVertex) });
+        streams.append(
+            { attribute.gpuValues->data(0), vertexBytes(*attribute.gpuValues, attribute.componentsPerVertex) });
         oldIndices = attribute.gpuIndices;
         vertexCount = int(attribute.gpuValues->size()) / attribute.componentsPerVertex;
     }
@@ -87,11 +88,10 @@ void ModelBuilder::optimizeGPUStreams()
     const size_t weldCount = size_t(qMax(vertexCount, 0));
     const bool renumberInWeld = cornersAreVertices(*oldIndices, vertexCount);
     const std::unique_ptr<unsigned int[]> separateOldToNew(renumberInWeld ? nullptr : new unsigned int[weldCount]);
-    unsigned int *oldToNew =
-        renumberInWeld ? static_cast<unsigned int *>(oldIndices->data(0)) : separateOldToNew.get();
+    unsigned int *oldToNew = renumberInWeld ? static_cast<unsigned int *>(oldIndices->data(0)) : separateOldToNew.get();
     const std::unique_ptr<unsigned int[]> newToOld(new unsigned int[weldCount]);
-    const int newVertexCount =
-        int(weldVertices(oldToNew, newToOld.get(), weldCount, streams.data(), size_t(streams.size())));
+    const int newVertexCount
+        = int(weldVertices(oldToNew, newToOld.get(), weldCount, streams.data(), size_t(streams.size())));
     QEL_CHECK(newVertexCount <= vertexCount, 807, "%d <= %d", newVertexCount, vertexCount);
 
     if (!renumberInWeld)
@@ -99,10 +99,10 @@ void ModelBuilder::optimizeGPUStreams()
 
     for (VertexAttribute *attribute : attributes) {
         const QSharedPointer<ModelDataStream> &oldValues = attribute->gpuValues;
-        const QSharedPointer<ModelDataStream> newValues =
-            newStream(oldValues->type(), size_t(newVertexCount) * size_t(attribute->componentsPerVertex));
+        const QSharedPointer<ModelDataStream> newValues
+            = newStream(oldValues->type(), size_t(newVertexCount) * size_t(attribute->componentsPerVertex));
         gatherVertices(newValues->data(0), oldValues->data(0), vertexBytes(*oldValues, attribute->componentsPerVertex),
-                       newToOld.get(), size_t(newVertexCount));
+            newToOld.get(), size_t(newVertexCount));
         attribute->gpuValues = newValues;
         attribute->gpuIndices = oldIndices;
     }
@@ -111,8 +111,8 @@ void ModelBuilder::optimizeGPUStreams()
     const int percentage = vertexCount > 0 ? int(qint64(newVertexCount) * 100 / vertexCount) : 0;
     QMessageLogger(nullptr, 0, nullptr)
         .debug("%p Vertices Map %8d -> %8d d %8d (%3d %%) %d", static_cast<const void *>(this), vertexCount,
-               newVertexCount, vertexCount - newVertexCount, percentage,
-               int(ModelDataStream::typeSize(oldIndices->type())));
+            newVertexCount, vertexCount - newVertexCount, percentage,
+            int(ModelDataStream::typeSize(oldIndices->type())));
 }
 
 } // namespace Vardune::Qel

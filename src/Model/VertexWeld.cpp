@@ -107,7 +107,7 @@ inline size_t slotOf(uint32_t hash, size_t capacity)
 // Refills the first `capacity` slots with the distinct vertices found so far; they are all
 // different, so no comparison is needed.
 void rehash(unsigned int *table, size_t capacity, const VertexHasher &hasher, const unsigned int *survivors,
-            size_t survivorCount)
+    size_t survivorCount)
 {
     std::memset(table, 0xFF, capacity * sizeof(unsigned int));
     for (size_t n = 0; n < survivorCount; ++n) {
@@ -123,7 +123,7 @@ void rehash(unsigned int *table, size_t capacity, const VertexHasher &hasher, co
 } // namespace
 
 size_t weldVertices(unsigned int *remap, unsigned int *survivors, size_t vertexCount, const VertexWeldStream *streams,
-                    size_t streamCount)
+    size_t streamCount)
 {
     if (vertexCount == 0)
         return 0;
@@ -153,7 +153,8 @@ size_t weldVertices(unsigned int *remap, unsigned int *survivors, size_t vertexC
             pending = hashAhead(vertex + kLookahead);
         // Written out here: GCC drops calls to a function whose only effect is a prefetch.
         if (vertex + kLookahead / 2 < vertexCount) {
-            const unsigned int candidate = table[slotOf(pendingHashes[(vertex + kLookahead / 2) % kLookahead], capacity)];
+            const unsigned int candidate
+                = table[slotOf(pendingHashes[(vertex + kLookahead / 2) % kLookahead], capacity)];
             if (candidate != kEmptySlot) {
                 for (size_t s = 0; s < streamCount; ++s)
                     prefetch(static_cast<const unsigned char *>(streams[s].data) + candidate * streams[s].vertexBytes);

@@ -24,6 +24,6 @@ struct VertexWeldStream
 // part that the distinct vertices need (at most 16 bytes per distinct vertex, 16 KiB to start)
 // is ever touched.
 size_t weldVertices(unsigned int *remap, unsigned int *survivors, size_t vertexCount, const VertexWeldStream *streams,
-                    size_t streamCount);
+    size_t streamCount);
 
 } // namespace Vardune::Qel

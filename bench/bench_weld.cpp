@@ -41,7 +41,7 @@ struct Attribute
 {
     const char *name;
     int components;
-    std::vector<float> values;  // per grid vertex
+    std::vector<float> values; // per grid vertex
     std::vector<float> corners; // per corner, as the one-vertex-per-corner rebuild lays them out
 };
 
@@ -66,8 +66,8 @@ Mesh makeGrid(bool shuffleTriangles)
         const size_t triangleCount = mesh.indices.size() / 3;
         for (size_t t = triangleCount - 1; t > 0; --t) {
             const size_t other = std::uniform_int_distribution<size_t>(0, t)(random);
-            std::swap_ranges(mesh.indices.begin() + 3 * t, mesh.indices.begin() + 3 * t + 3,
-                             mesh.indices.begin() + 3 * other);
+            std::swap_ranges(
+                mesh.indices.begin() + 3 * t, mesh.indices.begin() + 3 * t + 3, mesh.indices.begin() + 3 * other);
         }
     }
 
@@ -80,8 +80,8 @@ Mesh makeGrid(bool shuffleTriangles)
             const float dy = -1.7f * std::sin(20.0f * u) * std::sin(17.0f * v);
             const float length = std::sqrt(dx * dx + dy * dy + 1.0f);
             mesh.attributes[0].values.insert(mesh.attributes[0].values.end(), { u, v, height });
-            mesh.attributes[1].values.insert(mesh.attributes[1].values.end(),
-                                             { -dx / length, -dy / length, 1.0f / length });
+            mesh.attributes[1].values.insert(
+                mesh.attributes[1].values.end(), { -dx / length, -dy / length, 1.0f / length });
             mesh.attributes[2].values.insert(mesh.attributes[2].values.end(), { u, v });
         }
     }
@@ -120,10 +120,11 @@ void resetToCornerStreams(ModelBuilder &builder, const Mesh &mesh)
     std::vector<unsigned int> identity(mesh.indices.size());
     for (size_t k = 0; k < identity.size(); ++k)
         identity[k] = unsigned(k);
-    const QSharedPointer<ModelDataStream> cornerVertices = streamOf(GLType::UnsignedInt, identity.size(), identity.data());
+    const QSharedPointer<ModelDataStream> cornerVertices
+        = streamOf(GLType::UnsignedInt, identity.size(), identity.data());
     for (const Attribute &attribute : mesh.attributes) {
-        ModelBuilder::VertexAttribute &record =
-            ModelBuilderInspector::vertexAttributes(builder)[QString::fromLatin1(attribute.name)];
+        ModelBuilder::VertexAttribute &record
+            = ModelBuilderInspector::vertexAttributes(builder)[QString::fromLatin1(attribute.name)];
         record.gpuValues = streamOf(GLType::Float, attribute.corners.size(), attribute.corners.data());
         record.gpuIndices = cornerVertices;
     }
@@ -181,16 +182,16 @@ void run(const char *label, bool shuffleTriangles, int repetitions)
         agree = agree && sameNumbers(welded, remap.data(), cornerCount);
 
         dropGPUStreams(builder);
-        best.rebuild = std::min(best.rebuild,
-                                seconds([&] { ModelBuilderInspector::buildGPUFriendlyStreams(builder, false); }));
+        best.rebuild
+            = std::min(best.rebuild, seconds([&] { ModelBuilderInspector::buildGPUFriendlyStreams(builder, false); }));
 
 #ifdef QELMODEL_HAVE_MESHOPTIMIZER
         std::vector<meshopt_Stream> meshoptStreams;
         for (const VertexWeldStream &stream : streams)
             meshoptStreams.push_back({ stream.data, stream.vertexBytes, stream.vertexBytes });
         best.meshopt = std::min(best.meshopt, seconds([&] {
-            meshopt_generateVertexRemapMulti(reference.data(), nullptr, cornerCount, cornerCount,
-                                             meshoptStreams.data(), meshoptStreams.size());
+            meshopt_generateVertexRemapMulti(
+                reference.data(), nullptr, cornerCount, cornerCount, meshoptStreams.data(), meshoptStreams.size());
         }));
         agree = agree && sameNumbers(reference.data(), remap.data(), cornerCount);
 #endif

@@ -70,8 +70,8 @@ void ModelBuilder::buildGPUFriendlyStreams(bool mergeByIndices)
         for (VertexAttribute *attribute : attributes)
             indexTuples.append({ attribute->indices->data(0), size_t(kIndexStride) });
         firstCorner.reset(new unsigned int[faceCornerCount]);
-        vertexCount = weldVertices(cornerVertex, firstCorner.get(), faceCornerCount, indexTuples.data(),
-                                   size_t(indexTuples.size()));
+        vertexCount = weldVertices(
+            cornerVertex, firstCorner.get(), faceCornerCount, indexTuples.data(), size_t(indexTuples.size()));
     } else {
         std::iota(cornerVertex, cornerVertex + faceCornerCount, 0u);
     }
@@ -91,7 +91,7 @@ void ModelBuilder::buildGPUFriendlyStreams(bool mergeByIndices)
         }
         const QSharedPointer<ModelDataStream> gpuValues = newStream(type, vertexCount * componentCount);
         gatherVertices(gpuValues->data(0), attribute->values->data(0), ModelDataStream::typeSize(type) * componentCount,
-                       order, vertexCount);
+            order, vertexCount);
         attribute->gpuValues = gpuValues;
         attribute->gpuIndices = cornerVertices;
     }

@@ -16,6 +16,7 @@
 #include <QMessageLogger>
 #include <QVarLengthArray>
 
+#include <algorithm>
 #include <memory>
 
 namespace Vardune::Qel {
@@ -33,9 +34,16 @@ bool cornersAreVertices(ModelDataStream &indices, int vertexCount)
 {
     if (indices.type() != GL_UNSIGNED_INT || indices.size() != size_t(qMax(vertexCount, 0)))
         return false;
+    // Blocks without an early exit inside, so that the compiler vectorises the comparison.
+    constexpr size_t kBlock = 4096;
     const auto *vertex = static_cast<const unsigned int *>(indices.data(0));
-    for (size_t k = 0; k < indices.size(); ++k) {
-        if (vertex[k] != k)
+    const size_t count = indices.size();
+    for (size_t start = 0; start < count; start += kBlock) {
+        const size_t end = std::min(count, start + kBlock);
+        unsigned int mismatch = 0;
+        for (size_t k = start; k < end; ++k)
+            mismatch |= vertex[k] ^ unsigned(k);
+        if (mismatch != 0)
             return false;
     }
     return true;
@@ -67,7 +75,8 @@ void ModelBuilder::optimizeGPUStreams()
         if (attribute.values.isNull())
             continue;
         attributes.append(&attribute);
-        streams.append({ attribute.gpuValues->data(0), vertexBytes(*attribute.gpuValues, attribute.componentsPerVertex) });
+        streams.append(
+            { attribute.gpuValues->data(0), vertexBytes(*attribute.gpuValues, attribute.componentsPerVertex) });
         oldIndices = attribute.gpuIndices;
         vertexCount = int(attribute.gpuValues->size()) / attribute.componentsPerVertex;
     }
@@ -77,11 +86,10 @@ void ModelBuilder::optimizeGPUStreams()
     const size_t weldCount = size_t(qMax(vertexCount, 0));
     const bool renumberInWeld = cornersAreVertices(*oldIndices, vertexCount);
     const std::unique_ptr<unsigned int[]> separateOldToNew(renumberInWeld ? nullptr : new unsigned int[weldCount]);
-    unsigned int *oldToNew =
-        renumberInWeld ? static_cast<unsigned int *>(oldIndices->data(0)) : separateOldToNew.get();
+    unsigned int *oldToNew = renumberInWeld ? static_cast<unsigned int *>(oldIndices->data(0)) : separateOldToNew.get();
     const std::unique_ptr<unsigned int[]> newToOld(new unsigned int[weldCount]);
-    const int newVertexCount =
-        int(weldVertices(oldToNew, newToOld.get(), weldCount, streams.data(), size_t(streams.size())));
+    const int newVertexCount
+        = int(weldVertices(oldToNew, newToOld.get(), weldCount, streams.data(), size_t(streams.size())));
     QEL_CHECK(newVertexCount <= vertexCount, 807, "%d <= %d", newVertexCount, vertexCount);
 
     if (!renumberInWeld)
@@ -89,10 +97,10 @@ void ModelBuilder::optimizeGPUStreams()
 
     for (VertexAttribute *attribute : attributes) {
         const QSharedPointer<ModelDataStream> &oldValues = attribute->gpuValues;
-        const QSharedPointer<ModelDataStream> newValues =
-            newStream(oldValues->type(), size_t(newVertexCount) * size_t(attribute->componentsPerVertex));
+        const QSharedPointer<ModelDataStream> newValues
+            = newStream(oldValues->type(), size_t(newVertexCount) * size_t(attribute->componentsPerVertex));
         gatherVertices(newValues->data(0), oldValues->data(0), vertexBytes(*oldValues, attribute->componentsPerVertex),
-                       newToOld.get(), size_t(newVertexCount));
+            newToOld.get(), size_t(newVertexCount));
         attribute->gpuValues = newValues;
         attribute->gpuIndices = oldIndices;
     }
@@ -101,8 +109,8 @@ void ModelBuilder::optimizeGPUStreams()
     const int percentage = vertexCount > 0 ? int(qint64(newVertexCount) * 100 / vertexCount) : 0;
     QMessageLogger(nullptr, 0, nullptr)
         .debug("%p Vertices Map %8d -> %8d d %8d (%3d %%) %d", static_cast<const void *>(this), vertexCount,
-               newVertexCount, vertexCount - newVertexCount, percentage,
-               int(ModelDataStream::typeSize(oldIndices->type())));
+            newVertexCount, vertexCount - newVertexCount, percentage,
+            int(ModelDataStream::typeSize(oldIndices->type())));
 }
 
 } // namespace Vardune::Qel

@@ -8,7 +8,8 @@
 // bytes, attribute by attribute, a few vertices ahead of its lookup, and its home slot is
 // prefetched then, so that cache misses overlap instead of queueing.
 // Cost: one hash and usually one probe per vertex, a byte comparison only against candidates in
-// the probe sequence, at most two rehashes per distinct vertex; 6 bytes of memory per vertex.
+// the probe sequence, and refills that add up to fewer than two insertions per distinct vertex;
+// 6 bytes of memory per vertex.
 
 #include "VertexWeld.h"
 
@@ -45,10 +46,11 @@ inline Word load(const unsigned char *bytes)
     return word;
 }
 
+// The multiply does not depend on the running hash, so the words of a vertex are mixed in
+// parallel and only a rotate and an xor chain them.
 inline uint64_t mix(uint64_t hash, uint64_t word)
 {
-    hash = (hash ^ word) * 0x9E3779B97F4A7C15ull;
-    return hash ^ (hash >> 29);
+    return ((hash << 27) | (hash >> 37)) ^ (word * 0x9E3779B97F4A7C15ull);
 }
 
 struct VertexHasher
@@ -73,7 +75,8 @@ struct VertexHasher
             for (; remaining > 0; --remaining, ++bytes)
                 hash = mix(hash, *bytes);
         }
-        return static_cast<uint32_t>((hash * 0xD6E8FEB86659FD93ull) >> 32);
+        hash = (hash ^ (hash >> 31)) * 0xD6E8FEB86659FD93ull;
+        return static_cast<uint32_t>(hash >> 32);
     }
 
     bool equal(size_t a, size_t b) const
@@ -104,7 +107,7 @@ inline size_t slotOf(uint32_t hash, size_t capacity)
 // Refills the first `capacity` slots with the distinct vertices found so far; they are all
 // different, so no comparison is needed.
 void rehash(unsigned int *table, size_t capacity, const VertexHasher &hasher, const unsigned int *survivors,
-            size_t survivorCount)
+    size_t survivorCount)
 {
     std::memset(table, 0xFF, capacity * sizeof(unsigned int));
     for (size_t n = 0; n < survivorCount; ++n) {
@@ -120,7 +123,7 @@ void rehash(unsigned int *table, size_t capacity, const VertexHasher &hasher, co
 } // namespace
 
 size_t weldVertices(unsigned int *remap, unsigned int *survivors, size_t vertexCount, const VertexWeldStream *streams,
-                    size_t streamCount)
+    size_t streamCount)
 {
     if (vertexCount == 0)
         return 0;
@@ -150,7 +153,8 @@ size_t weldVertices(unsigned int *remap, unsigned int *survivors, size_t vertexC
             pending = hashAhead(vertex + kLookahead);
         // Written out here: GCC drops calls to a function whose only effect is a prefetch.
         if (vertex + kLookahead / 2 < vertexCount) {
-            const unsigned int candidate = table[slotOf(pendingHashes[(vertex + kLookahead / 2) % kLookahead], capacity)];
+            const unsigned int candidate
+                = table[slotOf(pendingHashes[(vertex + kLookahead / 2) % kLookahead], capacity)];
             if (candidate != kEmptySlot) {
                 for (size_t s = 0; s < streamCount; ++s)
                     prefetch(static_cast<const unsigned char *>(streams[s].data) + candidate * streams[s].vertexBytes);

@@ -20,8 +20,10 @@ struct VertexWeldStream
 // survivors[n], for n below the result, the first vertex numbered n. Both arrays hold
 // `vertexCount` entries; `vertexCount` must be below 2^31.
 //
-// Working memory: one table of 6 bytes per vertex, allocated once and freed on return.
+// Working memory: one table of 6 bytes per vertex, allocated once and freed on return; only the
+// part that the distinct vertices need (at most 16 bytes per distinct vertex, 16 KiB to start)
+// is ever touched.
 size_t weldVertices(unsigned int *remap, unsigned int *survivors, size_t vertexCount, const VertexWeldStream *streams,
-                    size_t streamCount);
+    size_t streamCount);
 
 } // namespace Vardune::Qel

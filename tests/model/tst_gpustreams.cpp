@@ -43,11 +43,11 @@ float floatFromBits(quint32 bits)
 }
 
 void addAttribute(ModelBuilder &builder, const QString &name, int components, unsigned int type,
-                  const QByteArray &values, const QList<unsigned int> &indices)
+    const QByteArray &values, const QList<unsigned int> &indices)
 {
     builder.createVertexAttribute(name, components, type, 0, 0);
-    builder.addValuesToVertexAttribute(name, size_t(values.size()) / ModelDataStream::typeSize(type), values.constData(),
-                                       type);
+    builder.addValuesToVertexAttribute(
+        name, size_t(values.size()) / ModelDataStream::typeSize(type), values.constData(), type);
     builder.addIndicesToVertexAttribute(name, size_t(indices.size()), indices.constData());
 }
 
@@ -81,9 +81,9 @@ void feedSharedEdge(ModelBuilder &builder)
 {
     addFaces(builder, { 3, 3 });
     addAttribute(builder, QStringLiteral("va_Vertex"), 3, GLType::Float,
-                 bytesOf(QList<float> { 0, 0, 0, 1, 0, 0, 0, 1, 0, 1, 1, 0 }), { 0, 1, 2, 2, 1, 3 });
+        bytesOf(QList<float> { 0, 0, 0, 1, 0, 0, 0, 1, 0, 1, 1, 0 }), { 0, 1, 2, 2, 1, 3 });
     addAttribute(builder, QStringLiteral("va_Normal"), 3, GLType::Float, bytesOf(QList<float> { 0, 0, 1 }),
-                 { 0, 0, 0, 0, 0, 0 });
+        { 0, 0, 0, 0, 0, 0 });
 }
 
 // Hands out library streams and remembers every one it made.
@@ -139,7 +139,8 @@ void TestGPUStreams::sharedEdgeInBothModes_data()
 {
     QTest::addColumn<bool>("mergeByIndices");
     QTest::addColumn<QString>("counts");
-    QTest::newRow("one vertex per corner") << false << QStringLiteral(" Vertices Map        6 ->        4 d        2 ( 66 %) 4");
+    QTest::newRow("one vertex per corner")
+        << false << QStringLiteral(" Vertices Map        6 ->        4 d        2 ( 66 %) 4");
     QTest::newRow("one vertex per index tuple")
         << true << QStringLiteral(" Vertices Map        4 ->        4 d        0 (100 %) 4");
 }
@@ -156,11 +157,11 @@ void TestGPUStreams::sharedEdgeInBothModes()
 
     QCOMPARE(gpuIndicesOf(builder, QStringLiteral("va_Vertex")), (QList<unsigned int> { 0, 1, 2, 2, 1, 3 }));
     QCOMPARE(attributeOf(builder, QStringLiteral("va_Vertex")).gpuIndices,
-             attributeOf(builder, QStringLiteral("va_Normal")).gpuIndices);
+        attributeOf(builder, QStringLiteral("va_Normal")).gpuIndices);
     QCOMPARE(gpuValuesOf(builder, QStringLiteral("va_Vertex")),
-             bytesOf(QList<float> { 0, 0, 0, 1, 0, 0, 0, 1, 0, 1, 1, 0 }));
+        bytesOf(QList<float> { 0, 0, 0, 1, 0, 0, 0, 1, 0, 1, 1, 0 }));
     QCOMPARE(gpuValuesOf(builder, QStringLiteral("va_Normal")),
-             bytesOf(QList<float> { 0, 0, 1, 0, 0, 1, 0, 0, 1, 0, 0, 1 }));
+        bytesOf(QList<float> { 0, 0, 1, 0, 0, 1, 0, 0, 1, 0, 0, 1 }));
     QCOMPARE(capture.texts(QtDebugMsg), QStringList { statisticsLine(builder, qPrintable(counts)) });
 }
 
@@ -179,7 +180,8 @@ void TestGPUStreams::verticesMergeExactlyWhenAllBytesAgree_data()
                                   << QList<unsigned int> { 0, 0, 0 } << QList<unsigned int> { 0, 1, 2 }
                                   << QList<float> { 1, 2, 3 };
     QTest::newRow("all alike") << QList<float> { 1, 1, 1 } << QList<unsigned int> { 0, 1, 2 } << QList<float> { 5, 5 }
-                               << QList<unsigned int> { 0, 1, 0 } << QList<unsigned int> { 0, 0, 0 } << QList<float> { 1 };
+                               << QList<unsigned int> { 0, 1, 0 } << QList<unsigned int> { 0, 0, 0 }
+                               << QList<float> { 1 };
     QTest::newRow("texture seam") << QList<float> { 1 } << QList<unsigned int> { 0, 0, 0 } << QList<float> { 1, 2 }
                                   << QList<unsigned int> { 0, 1, 0 } << QList<unsigned int> { 0, 1, 0 }
                                   << QList<float> { 1, 1 };
@@ -192,9 +194,9 @@ void TestGPUStreams::verticesMergeExactlyWhenAllBytesAgree_data()
     QTest::newRow("zero and negative zero")
         << QList<float> { 0.0f, -0.0f } << QList<unsigned int> { 0, 1, 0 } << QList<float> { 1 }
         << QList<unsigned int> { 0, 0, 0 } << QList<unsigned int> { 0, 1, 0 } << QList<float> { 0.0f, -0.0f };
-    QTest::newRow("equal NaN patterns") << QList<float> { nan, nan } << QList<unsigned int> { 0, 1 } << QList<float> { 1 }
-                                        << QList<unsigned int> { 0, 0 } << QList<unsigned int> { 0, 0 }
-                                        << QList<float> { nan };
+    QTest::newRow("equal NaN patterns") << QList<float> { nan, nan } << QList<unsigned int> { 0, 1 }
+                                        << QList<float> { 1 } << QList<unsigned int> { 0, 0 }
+                                        << QList<unsigned int> { 0, 0 } << QList<float> { nan };
     QTest::newRow("different NaN patterns")
         << QList<float> { nan, otherNan } << QList<unsigned int> { 0, 1 } << QList<float> { 1 }
         << QList<unsigned int> { 0, 0 } << QList<unsigned int> { 0, 1 } << QList<float> { nan, otherNan };
@@ -228,8 +230,8 @@ void TestGPUStreams::statisticsLineShowsCounts_data()
 {
     QTest::addColumn<QList<unsigned int>>("positionIndices");
     QTest::addColumn<QString>("counts");
-    QTest::newRow("quad with one normal")
-        << QList<unsigned int> { 0, 1, 2, 2, 1, 3 } << QStringLiteral(" Vertices Map        6 ->        4 d        2 ( 66 %) 4");
+    QTest::newRow("quad with one normal") << QList<unsigned int> { 0, 1, 2, 2, 1, 3 }
+                                          << QStringLiteral(" Vertices Map        6 ->        4 d        2 ( 66 %) 4");
     QTest::newRow("everything alike") << QList<unsigned int> { 3, 3, 3, 3, 3, 3 }
                                       << QStringLiteral(" Vertices Map        6 ->        1 d        5 ( 16 %) 4");
 }
@@ -241,9 +243,9 @@ void TestGPUStreams::statisticsLineShowsCounts()
     ModelBuilder builder;
     addFaces(builder, { 3, 3 });
     addAttribute(builder, QStringLiteral("va_Vertex"), 3, GLType::Float,
-                 bytesOf(QList<float> { 0, 0, 0, 1, 0, 0, 0, 1, 0, 1, 1, 0 }), positionIndices);
+        bytesOf(QList<float> { 0, 0, 0, 1, 0, 0, 0, 1, 0, 1, 1, 0 }), positionIndices);
     addAttribute(builder, QStringLiteral("va_Normal"), 3, GLType::Float, bytesOf(QList<float> { 0, 0, 1 }),
-                 { 0, 0, 0, 0, 0, 0 });
+        { 0, 0, 0, 0, 0, 0 });
     MessageCapture capture;
 
     ModelBuilderInspector::buildGPUFriendlyStreams(builder, false);
@@ -301,7 +303,7 @@ void TestGPUStreams::oneMissingStreamRebuildsAll()
     QCOMPARE(attributeOf(builder, QStringLiteral("va_Normal")).gpuIndices, positionsAfter.gpuIndices);
     QCOMPARE(gpuIndicesOf(builder, QStringLiteral("va_Normal")), (QList<unsigned int> { 0, 1, 2, 2, 1, 3 }));
     QCOMPARE(gpuValuesOf(builder, QStringLiteral("va_Normal")),
-             bytesOf(QList<float> { 0, 0, 1, 0, 0, 1, 0, 0, 1, 0, 0, 1 }));
+        bytesOf(QList<float> { 0, 0, 1, 0, 0, 1, 0, 0, 1, 0, 0, 1 }));
 }
 
 void TestGPUStreams::zeroCornersGiveEmptyStreams_data()
@@ -330,7 +332,7 @@ void TestGPUStreams::zeroCornersGiveEmptyStreams()
     QCOMPARE(attribute.gpuValues->type(), GLType::Double);
     QCOMPARE(attribute.gpuValues->size(), size_t(0));
     QCOMPARE(capture.texts(QtDebugMsg),
-             QStringList { statisticsLine(builder, " Vertices Map        0 ->        0 d        0 (  0 %) 4") });
+        QStringList { statisticsLine(builder, " Vertices Map        0 ->        0 d        0 (  0 %) 4") });
 }
 
 void TestGPUStreams::faceWithoutCornersShiftsNothing()
@@ -338,7 +340,7 @@ void TestGPUStreams::faceWithoutCornersShiftsNothing()
     ModelBuilder builder;
     addFaces(builder, { 3, 0, 3 });
     addAttribute(builder, QStringLiteral("va_Vertex"), 1, GLType::Float, bytesOf(QList<float> { 5, 6, 7, 8 }),
-                 { 0, 1, 2, 3, 2, 1 });
+        { 0, 1, 2, 3, 2, 1 });
 
     ModelBuilderInspector::buildGPUFriendlyStreams(builder, false);
 
@@ -366,7 +368,7 @@ void TestGPUStreams::attributeWithOnlyGPUStreamsIsLeftAlone()
     QCOMPARE(bytesOf(*after.gpuValues), generatedValues);
     QCOMPARE(gpuIndicesOf(builder, QStringLiteral("va_Vertex")), (QList<unsigned int> { 0, 1, 2, 2, 1, 3 }));
     QCOMPARE(capture.texts(QtDebugMsg),
-             QStringList { statisticsLine(builder, " Vertices Map        6 ->        4 d        2 ( 66 %) 4") });
+        QStringList { statisticsLine(builder, " Vertices Map        6 ->        4 d        2 ( 66 %) 4") });
 }
 
 void TestGPUStreams::everyStreamComesFromTheAllocator()
@@ -407,12 +409,12 @@ void TestGPUStreams::narrowIndexStreamIsReportedAndKept()
     ModelBuilderInspector::optimizeGPUStreams(builder);
 
     QCOMPARE(capture.texts(QtCriticalMsg),
-             QStringList { QStringLiteral("[StreamOptimisation.cpp:851] [ !! ] Assertion 'oldIndices->type() == "
-                                          "GL_UNSIGNED_INT' failed: Index not uint32 0x1403") });
+        QStringList { QStringLiteral("[StreamOptimisation.cpp:851] [ !! ] Assertion 'oldIndices->type() == "
+                                     "GL_UNSIGNED_INT' failed: Index not uint32 0x1403") });
     QCOMPARE(bytesOf(*attribute.gpuIndices), bytesOf(narrowIndices));
     QCOMPARE(bytesOf(*attribute.gpuValues), bytesOf(QList<float> { 1 }));
     QCOMPARE(capture.texts(QtDebugMsg),
-             QStringList { statisticsLine(builder, " Vertices Map        3 ->        1 d        2 ( 33 %) 2") });
+        QStringList { statisticsLine(builder, " Vertices Map        3 ->        1 d        2 ( 33 %) 2") });
 }
 
 void TestGPUStreams::manyDistinctVerticesKeepTheirNumbers()
@@ -435,7 +437,7 @@ void TestGPUStreams::manyDistinctVerticesKeepTheirNumbers()
     QCOMPARE(gpuIndicesOf(builder, QStringLiteral("va_Vertex")), indices);
     QCOMPARE(gpuValuesOf(builder, QStringLiteral("va_Vertex")), bytesOf(values));
     QCOMPARE(capture.texts(QtDebugMsg),
-             QStringList { statisticsLine(builder, " Vertices Map    70002 ->    70002 d        0 (100 %) 4") });
+        QStringList { statisticsLine(builder, " Vertices Map    70002 ->    70002 d        0 (100 %) 4") });
 }
 
 void TestGPUStreams::randomMeshesMatchReferenceWeld()
@@ -508,8 +510,8 @@ void TestGPUStreams::randomMeshesMatchReferenceWeld()
             expectedIndices.append(unsigned(numberOfContent.size()));
             numberOfContent.insert(content, unsigned(numberOfContent.size()));
             for (qsizetype a = 0; a < inputs.size(); ++a)
-                expectedValues[a] += inputs[a].values.mid(qsizetype(inputs[a].indices[k]) * inputs[a].vertexBytes,
-                                                          inputs[a].vertexBytes);
+                expectedValues[a] += inputs[a].values.mid(
+                    qsizetype(inputs[a].indices[k]) * inputs[a].vertexBytes, inputs[a].vertexBytes);
         }
 
         const bool mergeByIndices = mesh % 2 == 1;

@@ -41,8 +41,7 @@ QJsonArray floatAttributes()
 {
     const auto attribute = [](const char *name, int components) {
         return QJsonObject { { QStringLiteral("name"), QLatin1String(name) },
-                             { QStringLiteral("components"), components },
-                             { QStringLiteral("type"), QStringLiteral("GL_FLOAT") } };
+            { QStringLiteral("components"), components }, { QStringLiteral("type"), QStringLiteral("GL_FLOAT") } };
     };
     return { attribute("va_Normal", 3), attribute("va_TexCoord", 2), attribute("va_Vertex", 3) };
 }
@@ -51,17 +50,15 @@ QJsonArray floatAttributes()
 // library lays the groups out; firstIndicesTileTheIndexBuffer checks those.
 QJsonObject group(const char *name, int indexCount, const QJsonValue &kd, const QJsonValue &mapKd)
 {
-    return { { QStringLiteral("name"), QLatin1String(name) },
-             { QStringLiteral("draw"), 0 },
-             { QStringLiteral("index_count"), indexCount },
-             { QStringLiteral("object"), QString() },
-             { QStringLiteral("Kd"), kd },
-             { QStringLiteral("map_Kd"), mapKd } };
+    return { { QStringLiteral("name"), QLatin1String(name) }, { QStringLiteral("draw"), 0 },
+        { QStringLiteral("index_count"), indexCount }, { QStringLiteral("object"), QString() },
+        { QStringLiteral("Kd"), kd }, { QStringLiteral("map_Kd"), mapKd } };
 }
 
 bool sameColour(QRgb pixel, const QColor &expected, int tolerance)
 {
-    return std::abs(qRed(pixel) - expected.red()) <= tolerance && std::abs(qGreen(pixel) - expected.green()) <= tolerance
+    return std::abs(qRed(pixel) - expected.red()) <= tolerance
+        && std::abs(qGreen(pixel) - expected.green()) <= tolerance
         && std::abs(qBlue(pixel) - expected.blue()) <= tolerance;
 }
 
@@ -148,14 +145,14 @@ void tst_QelModelTool::infoJsonReportsWhatReachedTheGPU_data()
     QTest::addColumn<QJsonArray>("boundsMax");
 
     // Six faces of four corners with a normal per face: no two corners weld.
-    QTest::newRow("textured cube")
-        << QStringLiteral("textured-cube.obj") << 24 << 36
-        << QJsonArray { group("checker", 36, triple(1, 1, 1), example(QStringLiteral("checker.png"))) }
-        << triple(-1, -1, -1) << triple(1, 1, 1);
+    QTest::newRow("textured cube") << QStringLiteral("textured-cube.obj") << 24 << 36
+                                   << QJsonArray { group(
+                                          "checker", 36, triple(1, 1, 1), example(QStringLiteral("checker.png"))) }
+                                   << triple(-1, -1, -1) << triple(1, 1, 1);
     // One face of 24 corners: 22 triangles over its own 24 vertices.
     QTest::newRow("star") << QStringLiteral("star.obj") << 24 << 66
-                          << QJsonArray { group("gold", 66, triple(0.9, 0.7, 0.2), QJsonValue()) }
-                          << triple(-1, -1, 0) << triple(1, 1, 0);
+                          << QJsonArray { group("gold", 66, triple(0.9, 0.7, 0.2), QJsonValue()) } << triple(-1, -1, 0)
+                          << triple(1, 1, 0);
     // 32 × 16 quads over 512 shared positions; normals are generated per welded vertex.
     QTest::newRow("torus") << QStringLiteral("torus.obj") << 512 << 3072
                            << QJsonArray { group("<default>", 3072, triple(0.7, 0.7, 0.7), QStringLiteral("<white>")) }
@@ -163,9 +160,9 @@ void tst_QelModelTool::infoJsonReportsWhatReachedTheGPU_data()
     // Five boxes of 24 vertices; red takes the first and the last block, "white" is unused.
     QTest::newRow("blocks") << QStringLiteral("blocks.obj") << 120 << 180
                             << QJsonArray { group("<default>", 36, triple(0.7, 0.7, 0.7), QStringLiteral("<white>")),
-                                            group("blue", 36, triple(0.15, 0.35, 0.85), QJsonValue()),
-                                            group("green", 36, triple(0.2, 0.7, 0.25), QJsonValue()),
-                                            group("red", 72, triple(0.85, 0.15, 0.1), QJsonValue()) }
+                                   group("blue", 36, triple(0.15, 0.35, 0.85), QJsonValue()),
+                                   group("green", 36, triple(0.2, 0.7, 0.25), QJsonValue()),
+                                   group("red", 72, triple(0.85, 0.15, 0.1), QJsonValue()) }
                             << triple(-0.25, -0.2, -0.25) << triple(4.75, 2.5, 1.25);
 }
 
@@ -181,8 +178,9 @@ void tst_QelModelTool::infoJsonReportsWhatReachedTheGPU()
     const QJsonObject report = infoJson(example(file));
     QStringList keys = report.keys();
     keys.sort();
-    QCOMPARE(keys, QStringList({ "attributes", "bounds", "bytes", "draws", "error", "file", "groups", "index_type",
-                                 "indices", "load_ms", "ok", "triangles", "vertices", "warnings" }));
+    QCOMPARE(keys,
+        QStringList({ "attributes", "bounds", "bytes", "draws", "error", "file", "groups", "index_type", "indices",
+            "load_ms", "ok", "triangles", "vertices", "warnings" }));
     QCOMPARE(report.value("file").toString(), example(file));
     QCOMPARE(report.value("ok").toBool(), true);
     QVERIFY(report.value("error").isNull());
@@ -243,7 +241,8 @@ void tst_QelModelTool::infoJsonListsTheLibrarysWarnings()
     QCOMPARE(report.value("ok").toBool(), true);
     QCOMPARE(report.value("triangles").toInt(), 1);
     QCOMPARE(report.value("warnings").toArray(),
-             QJsonArray { path + QStringLiteral(":5: face skipped: position index 7 is outside the 3 positions of the file") });
+        QJsonArray {
+            path + QStringLiteral(":5: face skipped: position index 7 is outside the 3 positions of the file") });
 }
 
 void tst_QelModelTool::infoTableNamesEveryGroup()
@@ -265,7 +264,8 @@ void tst_QelModelTool::failedLoadExitsWithOneAndTheLibrarysMessage_data()
     QTest::addColumn<QString>("message");
 
     const QString missing = QStringLiteral("no/such/model.obj");
-    QTest::newRow("missing OBJ, relative path") << missing << QStringLiteral("Failed to load OBJ file '%1'").arg(missing);
+    QTest::newRow("missing OBJ, relative path")
+        << missing << QStringLiteral("Failed to load OBJ file '%1'").arg(missing);
 
     const QString withMissingLibrary = _scratch.filePath(QStringLiteral("missing-library.obj"));
     QFile file(withMissingLibrary);
@@ -296,8 +296,8 @@ void tst_QelModelTool::failedLoadExitsWithOneAndTheLibrarysMessage()
     QCOMPARE(report.value("draws").toInt(-1), 0);
     QVERIFY(report.value("bounds").isNull());
 
-    const ToolRun render = runTool({ QStringLiteral("render"), file, QStringLiteral("-o"),
-                                     _scratch.filePath(QStringLiteral("never.png")) });
+    const ToolRun render = runTool(
+        { QStringLiteral("render"), file, QStringLiteral("-o"), _scratch.filePath(QStringLiteral("never.png")) });
     QCOMPARE(render.exitCode, 1);
     QCOMPARE(QString::fromUtf8(render.err), message + QLatin1Char('\n'));
     QVERIFY(!QFileInfo::exists(_scratch.filePath(QStringLiteral("never.png"))));
@@ -308,9 +308,8 @@ void tst_QelModelTool::renderShowsTheTextureAtTheCentreAndBackgroundAtTheCorners
     // Looking straight at the +z face, lit head-on: its middle checker cell at full strength.
     const QString output = _scratch.filePath(QStringLiteral("cube-front.png"));
     const ToolRun result = runTool({ QStringLiteral("render"), example(QStringLiteral("textured-cube.obj")),
-                                     QStringLiteral("-o"), output, QStringLiteral("--size"), QStringLiteral("200x150"),
-                                     QStringLiteral("--azimuth"), QStringLiteral("0"), QStringLiteral("--elevation"),
-                                     QStringLiteral("0") });
+        QStringLiteral("-o"), output, QStringLiteral("--size"), QStringLiteral("200x150"), QStringLiteral("--azimuth"),
+        QStringLiteral("0"), QStringLiteral("--elevation"), QStringLiteral("0") });
     QCOMPARE(result.exitCode, 0);
     QCOMPARE(result.err, QByteArray());
     const QImage image(output);
@@ -341,7 +340,7 @@ void tst_QelModelTool::renderFramesTheModelFromAnyDirection()
 
     const QString output = _scratch.filePath(QStringLiteral("framed.png"));
     QStringList arguments { QStringLiteral("render"), example(file), QStringLiteral("-o"), output,
-                            QStringLiteral("--size"), QStringLiteral("120x90") };
+        QStringLiteral("--size"), QStringLiteral("120x90") };
     if (!azimuth.isNull())
         arguments << QStringLiteral("--azimuth") << azimuth << QStringLiteral("--elevation") << elevation;
     QCOMPARE(runTool(arguments).exitCode, 0);
@@ -362,9 +361,11 @@ void tst_QelModelTool::usageErrorsExitWithTwo_data()
     QTest::newRow("nothing") << QStringList() << "no command given";
     QTest::newRow("unknown command") << QStringList { "show", cube } << "unknown command 'show'";
     QTest::newRow("info without file") << QStringList { "info" } << "info needs a model file";
-    QTest::newRow("two files") << QStringList { "info", cube, cube } << QStringLiteral("unexpected argument '%1'").arg(cube);
+    QTest::newRow("two files") << QStringList { "info", cube, cube }
+                               << QStringLiteral("unexpected argument '%1'").arg(cube);
     QTest::newRow("unknown option") << QStringList { "info", cube, "--fast" } << "Unknown option 'fast'.";
-    QTest::newRow("render without output") << QStringList { "render", cube } << "render needs an output file: -o OUT.png";
+    QTest::newRow("render without output")
+        << QStringList { "render", cube } << "render needs an output file: -o OUT.png";
     QTest::newRow("--json on render") << QStringList { "render", cube, "--json", "-o", "x.png" }
                                       << "--json is not an option of render";
     QTest::newRow("-o on info") << QStringList { "info", cube, "-o", "x.png" } << "--output is not an option of info";
@@ -407,7 +408,7 @@ void tst_QelModelTool::examplesAreWhatTheirGeneratorWrites()
     for (const QString &name : files) {
         if (name.endsWith(QLatin1String(".png"))) {
             QCOMPARE(QImage(QDir(generated).filePath(name)).convertToFormat(QImage::Format_RGB32),
-                     QImage(example(name)).convertToFormat(QImage::Format_RGB32));
+                QImage(example(name)).convertToFormat(QImage::Format_RGB32));
             continue;
         }
         QFile made(QDir(generated).filePath(name));

@@ -21,14 +21,14 @@ constexpr double kPi = 3.14159265358979323846;
 
 // Corners 1 to 8 of a box, as used in the face table below: 1 for the maximum, 0 for the
 // minimum of x, y and z.
-const int kBoxCornerSigns[8][3] = { { 0, 0, 0 }, { 1, 0, 0 }, { 1, 1, 0 }, { 0, 1, 0 },
-                                    { 0, 0, 1 }, { 1, 0, 1 }, { 1, 1, 1 }, { 0, 1, 1 } };
+const int kBoxCornerSigns[8][3]
+    = { { 0, 0, 0 }, { 1, 0, 0 }, { 1, 1, 0 }, { 0, 1, 0 }, { 0, 0, 1 }, { 1, 0, 1 }, { 1, 1, 1 }, { 0, 1, 1 } };
 
 // Faces counter-clockwise seen from outside, each starting at its lower-left corner as seen
 // from outside with "up" towards +y (towards -z for the top, +z for the bottom), so that a
 // texture's (0, 0) to (1, 1) lies upright on every face. The normal index follows kBoxNormals.
-const int kBoxFaces[6][4] = { { 5, 6, 7, 8 }, { 2, 1, 4, 3 }, { 6, 2, 3, 7 },
-                              { 1, 5, 8, 4 }, { 8, 7, 3, 4 }, { 1, 2, 6, 5 } };
+const int kBoxFaces[6][4]
+    = { { 5, 6, 7, 8 }, { 2, 1, 4, 3 }, { 6, 2, 3, 7 }, { 1, 5, 8, 4 }, { 8, 7, 3, 4 }, { 1, 2, 6, 5 } };
 const QVector3D kBoxNormals[6] = { { 0, 0, 1 }, { 0, 0, -1 }, { 1, 0, 0 }, { -1, 0, 0 }, { 0, 1, 0 }, { 0, -1, 0 } };
 
 bool writeText(const QDir &directory, const QString &name, const QString &text)
@@ -41,8 +41,7 @@ bool writeText(const QDir &directory, const QString &name, const QString &text)
 void writeBoxCorners(ObjText &obj, const QVector3D &min, const QVector3D &max)
 {
     for (const auto &signs : kBoxCornerSigns)
-        obj.vertex(QVector3D(signs[0] ? max.x() : min.x(), signs[1] ? max.y() : min.y(),
-                             signs[2] ? max.z() : min.z()));
+        obj.vertex(QVector3D(signs[0] ? max.x() : min.x(), signs[1] ? max.y() : min.y(), signs[2] ? max.z() : min.z()));
 }
 
 void writeBoxNormals(ObjText &obj)
@@ -103,8 +102,7 @@ bool writeTexturedCube(const QDir &directory)
     writeBoxFaces(obj, 1, true);
 
     ObjText mtl;
-    mtl
-        .line(QStringLiteral("newmtl checker"))
+    mtl.line(QStringLiteral("newmtl checker"))
         .colour(QStringLiteral("Kd"), 1, 1, 1)
         .line(QStringLiteral("map_Kd checker.png"));
     return writeText(directory, QStringLiteral("textured-cube.obj"), obj.text())
@@ -131,7 +129,8 @@ bool writeStar(const QDir &directory)
 
     ObjText mtl;
     mtl.line(QStringLiteral("newmtl gold")).colour(QStringLiteral("Kd"), 0.9f, 0.7f, 0.2f);
-    return writeText(directory, QStringLiteral("star.obj"), obj.text()) && writeText(directory, QStringLiteral("star.mtl"), mtl.text());
+    return writeText(directory, QStringLiteral("star.obj"), obj.text())
+        && writeText(directory, QStringLiteral("star.mtl"), mtl.text());
 }
 
 bool writeTorus(const QDir &directory)
@@ -146,8 +145,8 @@ bool writeTorus(const QDir &directory)
         for (int j = 0; j < tube; ++j) {
             const double v = 2.0 * kPi * j / tube;
             const double distance = 1.0 + 0.35 * std::cos(v);
-            obj.vertex(QVector3D(float(distance * std::cos(u)), float(0.35 * std::sin(v)),
-                                  float(distance * std::sin(u))));
+            obj.vertex(
+                QVector3D(float(distance * std::cos(u)), float(0.35 * std::sin(v)), float(distance * std::sin(u))));
         }
     }
     for (int i = 0; i < ring; ++i) {
@@ -172,8 +171,8 @@ bool writeBlocks(const QDir &directory)
     writeBoxNormals(obj);
     writeBoxCorners(obj, QVector3D(-0.25f, -0.2f, -0.25f), QVector3D(4.75f, 0.0f, 1.25f));
     writeBoxFaces(obj, 1, false);
-    const QString materials[4] = { QStringLiteral("red"), QStringLiteral("green"), QStringLiteral("blue"),
-                                   QStringLiteral("red") };
+    const QString materials[4]
+        = { QStringLiteral("red"), QStringLiteral("green"), QStringLiteral("blue"), QStringLiteral("red") };
     for (int block = 0; block < 4; ++block) {
         const float left = 1.25f * block;
         obj.line(QStringLiteral("usemtl %1").arg(materials[block]));
@@ -182,8 +181,7 @@ bool writeBlocks(const QDir &directory)
     }
 
     ObjText mtl;
-    mtl
-        .line(QStringLiteral("newmtl red"))
+    mtl.line(QStringLiteral("newmtl red"))
         .colour(QStringLiteral("Kd"), 0.85f, 0.15f, 0.1f)
         .line(QStringLiteral("newmtl green"))
         .colour(QStringLiteral("Kd"), 0.2f, 0.7f, 0.25f)

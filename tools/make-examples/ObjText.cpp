@@ -2,8 +2,7 @@
 
 ObjText::ObjText()
     : _stream(&_text)
-{
-}
+{ }
 
 QString ObjText::text()
 {

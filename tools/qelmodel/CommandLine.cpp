@@ -13,7 +13,8 @@ struct Options
 {
     QCommandLineOption help { QStringList { QStringLiteral("h"), QStringLiteral("help") } };
     QCommandLineOption json { QStringLiteral("json") };
-    QCommandLineOption output { QStringList { QStringLiteral("o"), QStringLiteral("output") }, QString(), QStringLiteral("png") };
+    QCommandLineOption output { QStringList { QStringLiteral("o"), QStringLiteral("output") }, QString(),
+        QStringLiteral("png") };
     QCommandLineOption size { QStringLiteral("size"), QString(), QStringLiteral("WxH") };
     QCommandLineOption azimuth { QStringLiteral("azimuth"), QString(), QStringLiteral("degrees") };
     QCommandLineOption elevation { QStringLiteral("elevation"), QString(), QStringLiteral("degrees") };
@@ -26,7 +27,9 @@ bool parseSize(const QString &text, QSize &size, QString &error)
     const int width = match.hasMatch() ? match.captured(1).toInt() : 0;
     const int height = match.hasMatch() ? match.captured(2).toInt() : 0;
     if (width < 1 || height < 1 || width > kLargestImageSide || height > kLargestImageSide) {
-        error = QStringLiteral("--size '%1' is not WIDTHxHEIGHT with sides from 1 to %2").arg(text).arg(kLargestImageSide);
+        error = QStringLiteral("--size '%1' is not WIDTHxHEIGHT with sides from 1 to %2")
+                    .arg(text)
+                    .arg(kLargestImageSide);
         return false;
     }
     size = QSize(width, height);
@@ -51,8 +54,8 @@ QString foreignOption(const QCommandLineParser &parser, const Options &options, 
     if (command != CommandLine::Info && parser.isSet(options.json))
         return QStringLiteral("--json");
     if (command != CommandLine::Render) {
-        const QCommandLineOption *renderOptions[] = { &options.output, &options.size, &options.azimuth,
-                                                      &options.elevation };
+        const QCommandLineOption *renderOptions[]
+            = { &options.output, &options.size, &options.azimuth, &options.elevation };
         for (const QCommandLineOption *option : renderOptions) {
             if (parser.isSet(*option))
                 return QStringLiteral("--") + option->names().constLast();
@@ -61,8 +64,8 @@ QString foreignOption(const QCommandLineParser &parser, const Options &options, 
     return QString();
 }
 
-bool readRenderOptions(const QCommandLineParser &parser, const Options &options, CommandLine &commandLine,
-                       QString &error)
+bool readRenderOptions(
+    const QCommandLineParser &parser, const Options &options, CommandLine &commandLine, QString &error)
 {
     commandLine.outputPath = parser.value(options.output);
     if (commandLine.outputPath.isEmpty()) {
@@ -71,11 +74,11 @@ bool readRenderOptions(const QCommandLineParser &parser, const Options &options,
     }
     return (!parser.isSet(options.size) || parseSize(parser.value(options.size), commandLine.imageSize, error))
         && (!parser.isSet(options.azimuth)
-            || parseAngle(QStringLiteral("azimuth"), parser.value(options.azimuth), 360.0,
-                          commandLine.azimuthDegrees, error))
+            || parseAngle(
+                QStringLiteral("azimuth"), parser.value(options.azimuth), 360.0, commandLine.azimuthDegrees, error))
         && (!parser.isSet(options.elevation)
             || parseAngle(QStringLiteral("elevation"), parser.value(options.elevation), 90.0,
-                          commandLine.elevationDegrees, error));
+                commandLine.elevationDegrees, error));
 }
 
 } // namespace

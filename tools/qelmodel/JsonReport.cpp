@@ -35,8 +35,8 @@ QJsonArray attributesJson(const QList<ModelReport::Attribute> &attributes)
     QJsonArray list;
     for (const ModelReport::Attribute &attribute : attributes)
         list.append(QJsonObject { { QStringLiteral("name"), attribute.name },
-                                  { QStringLiteral("components"), attribute.components },
-                                  { QStringLiteral("type"), glTypeName(attribute.type) } });
+            { QStringLiteral("components"), attribute.components },
+            { QStringLiteral("type"), glTypeName(attribute.type) } });
     return list;
 }
 
@@ -45,13 +45,11 @@ QJsonArray groupsJson(const QList<ModelReport::Group> &groups)
     QJsonArray list;
     for (const ModelReport::Group &group : groups) {
         const QJsonValue colour = group.diffuseColour ? QJsonValue(triple(*group.diffuseColour)) : QJsonValue();
-        list.append(QJsonObject { { QStringLiteral("name"), group.name },
-                                  { QStringLiteral("draw"), group.draw },
-                                  { QStringLiteral("first_index"), qint64(group.firstIndex) },
-                                  { QStringLiteral("index_count"), qint64(group.indexCount) },
-                                  { QStringLiteral("object"), group.object.isNull() ? QStringLiteral("") : group.object },
-                                  { QStringLiteral("Kd"), colour },
-                                  { QStringLiteral("map_Kd"), orNull(group.diffuseMap) } });
+        list.append(QJsonObject { { QStringLiteral("name"), group.name }, { QStringLiteral("draw"), group.draw },
+            { QStringLiteral("first_index"), qint64(group.firstIndex) },
+            { QStringLiteral("index_count"), qint64(group.indexCount) },
+            { QStringLiteral("object"), group.object.isNull() ? QStringLiteral("") : group.object },
+            { QStringLiteral("Kd"), colour }, { QStringLiteral("map_Kd"), orNull(group.diffuseMap) } });
     }
     return list;
 }

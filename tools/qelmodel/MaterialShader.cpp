@@ -38,8 +38,8 @@ void main()
 
 bool MaterialShader::build(const Vardune::Qel::VertexArrayObject &vertexArray, QString &error)
 {
-    const QString inputs[3] = { ImportedAttributes::positions(), ImportedAttributes::normals(),
-                                ImportedAttributes::texCoords() };
+    const QString inputs[3]
+        = { ImportedAttributes::positions(), ImportedAttributes::normals(), ImportedAttributes::texCoords() };
     // Inputs the array lacks go to locations past its attributes, which it leaves disabled.
     int unused = static_cast<int>(vertexArray.attributes().size());
     for (const QString &input : inputs) {

@@ -25,7 +25,7 @@ public:
         _gl->glGenBuffers(1, &_id);
         _gl->glBindBuffer(GL_DRAW_INDIRECT_BUFFER, _id);
         _gl->glBufferData(GL_DRAW_INDIRECT_BUFFER, commands.size() * qsizetype(sizeof(DrawElementsIndirectCommand)),
-                          commands.constData(), GL_STATIC_DRAW);
+            commands.constData(), GL_STATIC_DRAW);
     }
     ~IndirectCommandBuffer()
     {
@@ -71,8 +71,8 @@ bool drawOne(QOpenGLFunctions_4_3_Core *gl, const GPUModel::Draw &draw, const Re
         shader.setDiffuseColour(GroupMaterial::diffuseColour(material).value_or(QVector3D(1, 1, 1)));
         bindDiffuseMap(gl, material);
         const auto offset = static_cast<quintptr>(i) * sizeof(DrawElementsIndirectCommand);
-        gl->glMultiDrawElementsIndirect(buffers.primitiveType(), buffers.indexType(),
-                                        reinterpret_cast<const void *>(offset), 1, 0);
+        gl->glMultiDrawElementsIndirect(
+            buffers.primitiveType(), buffers.indexType(), reinterpret_cast<const void *>(offset), 1, 0);
     }
     vertexArray->unbind();
     return true;

@@ -28,7 +28,7 @@ QList<ModelReport::Attribute> attributesOf(const DrawBuffers &buffers)
     for (const VertexArrayObject::Attribute &attribute : buffers.VAO()->attributes())
         attributes.append({ attribute.name, attribute.components, attribute.type });
     std::sort(attributes.begin(), attributes.end(),
-              [](const ModelReport::Attribute &a, const ModelReport::Attribute &b) { return a.name < b.name; });
+        [](const ModelReport::Attribute &a, const ModelReport::Attribute &b) { return a.name < b.name; });
     return attributes;
 }
 
@@ -40,8 +40,8 @@ qint64 addGroups(const GPUModel::Draw &draw, int drawIndex, QList<ModelReport::G
     for (int i = 0; i < commands.size(); ++i) {
         const InstanceData material = GroupMaterial::materialOf(draw, i);
         groups.append({ draw.materialNames.value(i), drawIndex, commands.at(i).firstIndex, commands.at(i).count,
-                        draw.objectNames.value(i), GroupMaterial::diffuseColour(material),
-                        GroupMaterial::diffuseMapLabel(material) });
+            draw.objectNames.value(i), GroupMaterial::diffuseColour(material),
+            GroupMaterial::diffuseMapLabel(material) });
         drawnIndices += commands.at(i).count;
     }
     return drawnIndices;
@@ -63,7 +63,7 @@ void readModel(const GPUModel &model, ModelReport &report)
         drawnIndices += addGroups(model.draw(d), d, report.groups);
     report.triangles = drawnIndices / 3;
     std::stable_sort(report.groups.begin(), report.groups.end(),
-                     [](const ModelReport::Group &a, const ModelReport::Group &b) { return a.name < b.name; });
+        [](const ModelReport::Group &a, const ModelReport::Group &b) { return a.name < b.name; });
 }
 
 } // namespace

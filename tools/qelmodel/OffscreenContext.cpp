@@ -21,5 +21,5 @@ QString OffscreenContext::description() const
     QOpenGLFunctions *gl = _context.functions();
     return QStringLiteral("%1, OpenGL %2")
         .arg(QString::fromLatin1(reinterpret_cast<const char *>(gl->glGetString(GL_RENDERER))),
-             QString::fromLatin1(reinterpret_cast<const char *>(gl->glGetString(GL_VERSION))));
+            QString::fromLatin1(reinterpret_cast<const char *>(gl->glGetString(GL_VERSION))));
 }

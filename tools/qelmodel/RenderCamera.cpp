@@ -14,7 +14,7 @@ constexpr double kMargin = 1.05;
 } // namespace
 
 RenderCamera::RenderCamera(const QVector3D &boxMin, const QVector3D &boxMax, double azimuthDegrees,
-                           double elevationDegrees, double aspectRatio)
+    double elevationDegrees, double aspectRatio)
 {
     const QVector3D centre = (boxMin + boxMax) * 0.5f;
     const double halfDiagonal = double((boxMax - boxMin).length()) * 0.5;
@@ -28,15 +28,15 @@ RenderCamera::RenderCamera(const QVector3D &boxMin, const QVector3D &boxMax, dou
     const double azimuth = qDegreesToRadians(azimuthDegrees);
     const double elevation = qDegreesToRadians(elevationDegrees);
     _towardsCamera = QVector3D(float(std::cos(elevation) * std::sin(azimuth)), float(std::sin(elevation)),
-                               float(std::cos(elevation) * std::cos(azimuth)));
+        float(std::cos(elevation) * std::cos(azimuth)));
     // Perpendicular to the view direction and pointing up, also straight above or below.
     const QVector3D up(float(-std::sin(elevation) * std::sin(azimuth)), float(std::cos(elevation)),
-                       float(-std::sin(elevation) * std::cos(azimuth)));
+        float(-std::sin(elevation) * std::cos(azimuth)));
 
     QMatrix4x4 view;
     view.lookAt(centre + _towardsCamera * float(distance), centre, up);
     QMatrix4x4 projection;
     projection.perspective(float(kVerticalFieldOfViewDegrees), float(aspectRatio), float(distance - 1.1 * radius),
-                           float(distance + 1.1 * radius));
+        float(distance + 1.1 * radius));
     _viewProjection = projection * view;
 }

@@ -10,7 +10,7 @@ class RenderCamera
 {
 public:
     RenderCamera(const QVector3D &boxMin, const QVector3D &boxMax, double azimuthDegrees, double elevationDegrees,
-                 double aspectRatio);
+        double aspectRatio);
 
     QMatrix4x4 viewProjection() const { return _viewProjection; }
     // Unit vector from the box's centre towards the camera.

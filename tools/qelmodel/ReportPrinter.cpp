@@ -29,14 +29,16 @@ void printSummary(const ModelReport &report, QTextStream &out)
     TextTable summary({ QStringLiteral("File"), report.file });
     summary.addRow({ QStringLiteral("Loaded"), loadSummary(report) });
     summary.addRow({ QStringLiteral("Vertices"), QString::number(report.vertices) });
-    summary.addRow({ QStringLiteral("Indices"), QStringLiteral("%1 (%2)").arg(report.indices).arg(
-                                                    report.indexType ? glTypeName(report.indexType) : QStringLiteral("-")) });
+    summary.addRow({ QStringLiteral("Indices"),
+        QStringLiteral("%1 (%2)")
+            .arg(report.indices)
+            .arg(report.indexType ? glTypeName(report.indexType) : QStringLiteral("-")) });
     summary.addRow({ QStringLiteral("Triangles"), QString::number(report.triangles) });
     summary.addRow({ QStringLiteral("Draws"), QString::number(report.draws) });
-    summary.addRow({ QStringLiteral("Bounds"), report.bounds.isEmpty() ? QStringLiteral("-")
-                                                                        : QStringLiteral("min %1, max %2").arg(
-                                                                            triple(report.bounds.min),
-                                                                            triple(report.bounds.max)) });
+    summary.addRow({ QStringLiteral("Bounds"),
+        report.bounds.isEmpty()
+            ? QStringLiteral("-")
+            : QStringLiteral("min %1, max %2").arg(triple(report.bounds.min), triple(report.bounds.max)) });
     summary.write(out, QString());
 }
 
@@ -52,13 +54,12 @@ void printAttributes(const ModelReport &report, QTextStream &out)
 void printGroups(const ModelReport &report, QTextStream &out)
 {
     TextTable table({ QStringLiteral("group"), QStringLiteral("draw"), QStringLiteral("first index"),
-                      QStringLiteral("indices"), QStringLiteral("object"), QStringLiteral("Kd"),
-                      QStringLiteral("map_Kd") });
+        QStringLiteral("indices"), QStringLiteral("object"), QStringLiteral("Kd"), QStringLiteral("map_Kd") });
     for (const ModelReport::Group &group : report.groups) {
         table.addRow({ group.name, QString::number(group.draw), QString::number(group.firstIndex),
-                       QString::number(group.indexCount), group.object.isEmpty() ? QStringLiteral("-") : group.object,
-                       group.diffuseColour ? triple(*group.diffuseColour) : QStringLiteral("-"),
-                       group.diffuseMap.isEmpty() ? QStringLiteral("-") : group.diffuseMap });
+            QString::number(group.indexCount), group.object.isEmpty() ? QStringLiteral("-") : group.object,
+            group.diffuseColour ? triple(*group.diffuseColour) : QStringLiteral("-"),
+            group.diffuseMap.isEmpty() ? QStringLiteral("-") : group.diffuseMap });
     }
     out << '\n';
     table.write(out, QStringLiteral("  "));

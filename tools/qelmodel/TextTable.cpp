@@ -2,8 +2,7 @@
 
 TextTable::TextTable(const QStringList &header)
     : _rows { header }
-{
-}
+{ }
 
 void TextTable::addRow(const QStringList &cells)
 {

@@ -70,7 +70,7 @@ int render(const CommandLine &commandLine, QTextStream &out, QTextStream &err)
     const PositionBounds bounds = uploadedPositionBounds(*loaded.model);
     const QSize size = commandLine.imageSize;
     const RenderCamera camera(bounds.min, bounds.max, commandLine.azimuthDegrees, commandLine.elevationDegrees,
-                              double(size.width()) / double(size.height()));
+        double(size.width()) / double(size.height()));
     QString error;
     const QImage image = renderModel(*loaded.model, camera, size, error);
     if (image.isNull()) {

@@ -4,6 +4,7 @@
 
 #include <QOpenGLContext>
 
+#include <algorithm>
 #include <cstring>
 #include <vector>
 

@@ -1,5 +1,7 @@
 #include "TextTable.h"
 
+#include <algorithm>
+
 TextTable::TextTable(const QStringList &header)
     : _rows { header }
 { }

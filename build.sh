@@ -34,7 +34,17 @@ build() { # build DIR CMAKE-ARGS...
 case "$job" in
 demo)
     build build -DCMAKE_BUILD_TYPE=Release
-    xvfb-run -a build/tools/qelmodel/qelmodel demo
+    mkdir -p build/renders
+    # One X server for all the runs.
+    xvfb-run -a sh -c '
+        for model in examples/*.obj; do
+            name=$(basename "$model" .obj)
+            echo
+            build/tools/qelmodel/qelmodel info "$model" || exit 1
+            build/tools/qelmodel/qelmodel render "$model" -o "build/renders/$name.png" || exit 1
+        done'
+    echo
+    echo "Renders of the examples: $(pwd)/build/renders/"
     ;;
 test)
     build build -DCMAKE_BUILD_TYPE=Release

@@ -2,7 +2,6 @@
 
 #include <QOffscreenSurface>
 #include <QOpenGLContext>
-#include <QString>
 
 // An OpenGL context current on the calling thread for the tool's lifetime: a real GPU where
 // there is one, Mesa's llvmpipe under Xvfb otherwise.
@@ -12,8 +11,6 @@ public:
     OffscreenContext();
 
     bool isValid() const { return _valid; }
-    // "RENDERER, OpenGL VERSION".
-    QString description() const;
 
 private:
     QOffscreenSurface _surface;

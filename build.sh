@@ -23,6 +23,11 @@ if [ -n "$missing" ]; then
 fi
 
 jobs=$(nproc 2>/dev/null || echo 2)
+# Qt wants a private runtime folder; a fresh root session has none.
+if [ -z "${XDG_RUNTIME_DIR:-}" ]; then
+    XDG_RUNTIME_DIR=$(mktemp -d)
+    export XDG_RUNTIME_DIR
+fi
 
 build() { # build DIR CMAKE-ARGS...
     dir=$1

@@ -8,12 +8,12 @@
 #include "ModelBuilder.h"
 #include "ObjFaceSelection.h"
 #include "ObjMeshFeeder.h"
-#include "ObjMeshParser.h"
 #include "ObjModelNames.h"
+#include "ObjTextScanner.h"
 
+#include <QDir>
 #include <QFile>
 #include <QFileInfo>
-#include <QTextStream>
 
 #include <limits>
 #include <vector>
@@ -74,8 +74,7 @@ bool readObjModel(const QString &path, ModelBuilder &builder, QString &error)
     builder.createMaterialGroup(ObjModelNames::defaultMaterial(), makeDefaultMaterial(), -1, 0);
 
     ObjMesh mesh;
-    QTextStream text(&file);
-    parseObjMesh(text, QFileInfo(path).dir().absolutePath(), mesh);
+    scanObjFile(file, QFileInfo(path).dir().absolutePath(), mesh);
 
     QStringList runGroups;
     if (!loadLibraries(mesh, builder, runGroups, error))

@@ -18,8 +18,8 @@ struct AttributeSource
 {
     QString name;
     int components;
-    const std::vector<float> *values;
-    const std::vector<quint32> *indices;
+    const PodArray<float> *values;
+    const PodArray<quint32> *indices;
 };
 
 AttributeSource attributeSource(ObjLineType type, const ObjMesh &mesh)
@@ -54,7 +54,7 @@ void feedAttribute(const AttributeSource &source, const ObjMesh &mesh, const std
     bool everyFaceKept, std::vector<quint32> &scratch, ModelBuilder &builder)
 {
     const auto defaultIndex = static_cast<quint32>(source.values->size() / source.components);
-    const std::vector<quint32> &gathered = *source.indices;
+    const PodArray<quint32> &gathered = *source.indices;
     const bool usesDefault = std::find(gathered.begin(), gathered.end(), ObjCorner::kNoIndex) != gathered.end();
     const quint32 *indices = gathered.data();
     size_t indexCount = gathered.size();

@@ -24,11 +24,11 @@ public:
     // Three values for Vertex and Normal, two for TexCoord.
     void addValues(ObjLineType type, const float *values)
     {
-        std::vector<float> &target = type == ObjLineType::Vertex ? _mesh.positions
+        PodArray<float> &target = type == ObjLineType::Vertex ? _mesh.positions
             : type == ObjLineType::Normal                        ? _mesh.normals
                                                                  : _mesh.texCoords;
         noteAttribute(type);
-        target.insert(target.end(), values, values + (type == ObjLineType::TexCoord ? 2 : 3));
+        target.append(values, type == ObjLineType::TexCoord ? 2 : 3);
     }
 
     // Lines of each kind so far: the counts that relative corner numbers resolve against.

@@ -71,11 +71,14 @@ bool readObjModel(const QString &path, ModelBuilder &builder, QString &error)
         error = QStringLiteral("Failed to load OBJ file '%1'").arg(path);
         return false;
     }
-    builder.createMaterialGroup(ObjModelNames::defaultMaterial(), makeDefaultMaterial(), -1, 0);
-
     ObjMesh mesh;
     scanObjFile(file, QFileInfo(path).dir().absolutePath(), mesh);
+    return assembleObjModel(mesh, path, builder, error);
+}
 
+bool assembleObjModel(ObjMesh &mesh, const QString &path, ModelBuilder &builder, QString &error)
+{
+    builder.createMaterialGroup(ObjModelNames::defaultMaterial(), makeDefaultMaterial(), -1, 0);
     QStringList runGroups;
     if (!loadLibraries(mesh, builder, runGroups, error))
         return false;

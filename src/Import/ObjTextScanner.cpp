@@ -245,13 +245,10 @@ void scanObjFile(QFile &file, const QString &directory, ObjMesh &mesh)
         }
         const qint64 read = file.read(buffer.get() + filled, qint64(capacity - filled));
         atEnd = read <= 0;
-        if (!atEnd)
-            filled += dropCarriageReturns(buffer.get() + filled, size_t(read));
         if (atStart) {
-            if (filled < 4 && !atEnd)
-                continue;
+            // The mark is looked for in the first bytes as stored, carriage returns included.
             atStart = false;
-            const TextStart kind = textStart(reinterpret_cast<const unsigned char *>(buffer.get()), filled);
+            const TextStart kind = textStart(reinterpret_cast<const unsigned char *>(buffer.get()), size_t(qMax(read, qint64(0))));
             if (kind == TextStart::Other) {
                 file.setTextModeEnabled(textMode);
                 file.seek(0);
@@ -261,6 +258,8 @@ void scanObjFile(QFile &file, const QString &directory, ObjMesh &mesh)
             }
             start = kind == TextStart::Utf8WithMark ? 3 : 0;
         }
+        if (!atEnd)
+            filled += dropCarriageReturns(buffer.get() + filled, size_t(read));
 
         const char *text = buffer.get();
         for (;;) {

@@ -82,7 +82,7 @@ bool fileHasNormals(const char *path)
     return found;
 }
 
-bool loadWithQelModel(const char *path, Counts &counts)
+Q_NEVER_INLINE bool loadWithQelModel(const char *path, Counts &counts)
 {
     QString error;
     Vardune::Qel::GPUModel *model = Vardune::Qel::loadModelFromOBJFile(QString::fromLocal8Bit(path), error);
@@ -100,7 +100,7 @@ bool loadWithQelModel(const char *path, Counts &counts)
 }
 
 #ifdef QELMODEL_HAVE_TINYOBJLOADER
-bool loadWithTinyObjAndMeshopt(const char *path, Counts &counts)
+Q_NEVER_INLINE bool loadWithTinyObjAndMeshopt(const char *path, Counts &counts)
 {
     tinyobj::ObjReaderConfig config;
     config.triangulate = false;
@@ -153,7 +153,7 @@ bool loadWithTinyObjAndMeshopt(const char *path, Counts &counts)
 #endif
 
 #ifdef QELMODEL_HAVE_ASSIMP
-bool loadWithAssimp(const char *path, bool generateNormals, Counts &counts)
+Q_NEVER_INLINE bool loadWithAssimp(const char *path, bool generateNormals, Counts &counts)
 {
     Assimp::Importer importer;
     const unsigned flags = aiProcess_Triangulate | aiProcess_JoinIdenticalVertices

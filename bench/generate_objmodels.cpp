@@ -8,8 +8,10 @@
 // (through one quad): w whole quads between two cuts of the same kind give 2w + 2 corners, and
 // between a vertical and a diagonal cut 2w + 3 (or 2w + 1 when the diagonal is on the left).
 //
-// Usage: generate_objmodels [folder]; the folder (default /tmp/qel-bench) is created.
+// Usage: generate_objmodels [folder [side]]; the folder (default /tmp/qel-bench) is created. A
+// side (vertices per grid side, for all three files) makes smaller models of the same kind.
 
+#include <algorithm>
 #include <cmath>
 #include <cstdint>
 #include <cstdio>
@@ -22,6 +24,7 @@ namespace {
 
 constexpr int kGridSide = 1001; // vertices per side of the textured grid
 constexpr int kTriangleGridSide = 1226;
+constexpr int kSmallestSide = 4;
 
 // A small fixed-seed generator, so that the files do not depend on the C library.
 struct Random
@@ -65,14 +68,16 @@ private:
 
 double height(int i, int j)
 {
-    return 0.05 * std::sin(i * 0.031) * std::cos(j * 0.017);
+    return 50.0 * std::sin(i * 0.031) * std::cos(j * 0.017);
 }
 
+// Rows are gently wavy, so that no three corners along a row lie on one line: polygons that run
+// along a row stay triangulable by ear clipping.
 void writeGridValues(Writer &out, int side)
 {
     for (int j = 0; j < side; ++j)
         for (int i = 0; i < side; ++i)
-            out.printf("v %.6f %.6f %.6f\n", i * 0.001, j * 0.001, height(i, j));
+            out.printf("v %.4f %.4f %.4f\n", i * 1.0, j + 0.2 * std::sin(i * 0.9 + j * 0.3), height(i, j));
 }
 
 void writeGridAttributes(Writer &out, int side)
@@ -82,8 +87,8 @@ void writeGridAttributes(Writer &out, int side)
             out.printf("vt %.6f %.6f\n", i / double(side - 1), j / double(side - 1), 0.0);
     for (int j = 0; j < side; ++j) {
         for (int i = 0; i < side; ++i) {
-            const double dx = -0.031 * 0.05 * std::cos(i * 0.031) * std::cos(j * 0.017) / 0.001;
-            const double dy = 0.017 * 0.05 * std::sin(i * 0.031) * std::sin(j * 0.017) / 0.001;
+            const double dx = 0.031 * 50.0 * std::cos(i * 0.031) * std::cos(j * 0.017);
+            const double dy = -0.017 * 50.0 * std::sin(i * 0.031) * std::sin(j * 0.017);
             const double length = std::sqrt(dx * dx + dy * dy + 1.0);
             out.printf("vn %.6f %.6f %.6f\n", -dx / length, -dy / length, 1.0 / length);
         }
@@ -191,32 +196,35 @@ void writeTriangles(Writer &out, int side)
 int main(int argc, char **argv)
 {
     const std::string folder = argc > 1 ? argv[1] : "/tmp/qel-bench";
+    const int side = argc > 2 ? std::max(kSmallestSide, std::atoi(argv[2])) : 0;
+    const int gridSide = side > 0 ? side : kGridSide;
+    const int triangleGridSide = side > 0 ? side : kTriangleGridSide;
     mkdir(folder.c_str(), 0755);
 
     {
         Writer out(folder + "/grid-quads.obj");
         if (!out.isOpen())
             return 1;
-        writeGridValues(out, kGridSide);
-        writeGridAttributes(out, kGridSide);
-        writeQuads(out, kGridSide);
+        writeGridValues(out, gridSide);
+        writeGridAttributes(out, gridSide);
+        writeQuads(out, gridSide);
     }
     {
         Writer out(folder + "/grid-polygons.obj");
         if (!out.isOpen())
             return 1;
         Random random;
-        writeGridValues(out, kGridSide);
-        writeGridAttributes(out, kGridSide);
-        if (!writePolygons(out, kGridSide, random))
+        writeGridValues(out, gridSide);
+        writeGridAttributes(out, gridSide);
+        if (!writePolygons(out, gridSide, random))
             return 1;
     }
     {
         Writer out(folder + "/grid-triangles.obj");
         if (!out.isOpen())
             return 1;
-        writeGridValues(out, kTriangleGridSide);
-        writeTriangles(out, kTriangleGridSide);
+        writeGridValues(out, triangleGridSide);
+        writeTriangles(out, triangleGridSide);
     }
     std::printf("written to %s\n", folder.c_str());
     return 0;

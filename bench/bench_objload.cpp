@@ -289,7 +289,9 @@ int main(int argc, char **argv)
     std::printf("| file | MB | loader | wall ms | CPU ms | MB/s | peak MiB | triangles | vertices | wall / QelModel "
                 "| peak / QelModel |\n|---|---|---|---|---|---|---|---|---|---|---|\n");
     for (int f = 1; f < argc; ++f) {
-        struct stat info {};
+        struct stat info
+        {
+        };
         stat(argv[f], &info);
         const double megabytes = double(info.st_size) / 1e6;
         const char *name = std::strrchr(argv[f], '/') ? std::strrchr(argv[f], '/') + 1 : argv[f];

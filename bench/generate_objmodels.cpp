@@ -55,10 +55,7 @@ public:
     bool isOpen() const { return _file != nullptr; }
     void put(const char *text) { std::fputs(text, _file); }
     // `format` may use fewer than the three values.
-    void printf(const char *format, double a, double b, double c)
-    {
-        std::fprintf(_file, format, a, b, c);
-    }
+    void printf(const char *format, double a, double b, double c) { std::fprintf(_file, format, a, b, c); }
     void index(unsigned value) { std::fprintf(_file, " %u", value); }
     void corner(unsigned value) { std::fprintf(_file, " %u/%u/%u", value, value, value); }
 

@@ -58,8 +58,8 @@ QString faceProblem(const ObjMesh &mesh, size_t first, quint32 count, const Inde
 
 // True when every corner of the file is usable: one branch-free pass, so that the usual file
 // costs no per-face work.
-bool allCornersUsable(const ObjMesh &mesh, const IndexKind &positions, const IndexKind &texCoords,
-    const IndexKind &normals)
+bool allCornersUsable(
+    const ObjMesh &mesh, const IndexKind &positions, const IndexKind &texCoords, const IndexKind &normals)
 {
     const size_t cornerCount = mesh.positionIndices.size();
     bool usable = true;

@@ -15,8 +15,7 @@ class ObjMeshGatherer
 public:
     explicit ObjMeshGatherer(ObjMesh &mesh)
         : _mesh(mesh)
-    {
-    }
+    { }
 
     ObjMeshGatherer(const ObjMeshGatherer &) = delete;
     ObjMeshGatherer &operator=(const ObjMeshGatherer &) = delete;
@@ -25,8 +24,8 @@ public:
     void addValues(ObjLineType type, const float *values)
     {
         PodArray<float> &target = type == ObjLineType::Vertex ? _mesh.positions
-            : type == ObjLineType::Normal                        ? _mesh.normals
-                                                                 : _mesh.texCoords;
+            : type == ObjLineType::Normal                     ? _mesh.normals
+                                                              : _mesh.texCoords;
         noteAttribute(type);
         target.append(values, type == ObjLineType::TexCoord ? 2 : 3);
     }

@@ -78,8 +78,8 @@ bool plainDecimalToDouble(const char *begin, const char *end, double &result)
 
     if (significantDigits <= kMantissaDigits && mantissa <= kLargestExactMantissa && exponent >= -kLargestExactPower
         && exponent <= kLargestExactPower) {
-        const double magnitude = exponent < 0 ? double(mantissa) / kPowersOfTen[-exponent]
-                                              : double(mantissa) * kPowersOfTen[exponent];
+        const double magnitude
+            = exponent < 0 ? double(mantissa) / kPowersOfTen[-exponent] : double(mantissa) * kPowersOfTen[exponent];
         result = negative ? -magnitude : magnitude;
         return true;
     }

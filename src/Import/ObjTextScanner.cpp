@@ -85,8 +85,7 @@ public:
     LineScanner(const QString &directory, ObjMesh &mesh)
         : _baseDir(directory)
         , _gatherer(mesh)
-    {
-    }
+    { }
 
     // One line without its '\n'; `terminated` tells whether a '\n' follows at `end`.
     void scanLine(const char *begin, const char *end, bool terminated)
@@ -248,7 +247,8 @@ void scanObjFile(QFile &file, const QString &directory, ObjMesh &mesh)
         if (atStart) {
             // The mark is looked for in the first bytes as stored, carriage returns included.
             atStart = false;
-            const TextStart kind = textStart(reinterpret_cast<const unsigned char *>(buffer.get()), size_t(qMax(read, qint64(0))));
+            const TextStart kind
+                = textStart(reinterpret_cast<const unsigned char *>(buffer.get()), size_t(qMax(read, qint64(0))));
             if (kind == TextStart::Other) {
                 file.setTextModeEnabled(textMode);
                 file.seek(0);

@@ -29,8 +29,7 @@ public:
         : _data(std::exchange(other._data, nullptr))
         , _size(std::exchange(other._size, 0))
         , _capacity(std::exchange(other._capacity, 0))
-    {
-    }
+    { }
 
     size_t size() const { return _size; }
     bool empty() const { return _size == 0; }

@@ -114,8 +114,8 @@ void ModelBuilder::buildGPUFriendlyStreams(bool mergeByIndices)
         for (VertexAttribute *attribute : attributes) {
             const QSharedPointer<ModelDataStream> packed
                 = newStream(attribute->values->type(), vertexCount * size_t(attribute->componentsPerVertex));
-            gatherVertices(packed->data(0), attribute->gpuValues->data(0), vertexBytes(*attribute),
-                vertexToTuple.get(), vertexCount);
+            gatherVertices(packed->data(0), attribute->gpuValues->data(0), vertexBytes(*attribute), vertexToTuple.get(),
+                vertexCount);
             attribute->gpuValues = packed;
         }
     }

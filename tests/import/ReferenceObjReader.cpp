@@ -66,8 +66,8 @@ struct Gathering
             int numbers[3];
             if (!readCorner(words.at(w), numbers))
                 return;
-            corners.append({ indexOf(numbers[0], positions), indexOf(numbers[2], normals),
-                indexOf(numbers[1], texCoords) });
+            corners.append(
+                { indexOf(numbers[0], positions), indexOf(numbers[2], normals), indexOf(numbers[1], texCoords) });
         }
         const auto faceNumber = quint32(mesh.cornerCounts.size());
         const qint32 libraries = qint32(mesh.libraries.size());

@@ -80,8 +80,7 @@ class LineGenerator
 public:
     explicit LineGenerator(quint32 seed)
         : _random(seed)
-    {
-    }
+    { }
 
     QByteArray line()
     {
@@ -159,8 +158,10 @@ private:
         static const char *const special[] = { "nan", "NaN", "-nan", "inf", "-inf", "+inf", "Inf", "infinity", "1e39",
             "-1e39", "1e-46", "-1e-46", "1e400", "-1e-400", "3.4028235e38", "3.4028234e38", "1.4e-45", "7e-46",
             "-7.1e-46", "1e-320", "1e", "1e+", "--1", "+-1", "0x1A", "1,5", "abc", "1.2.3", ".", "-", "+", "1.", ".5",
-            "-.5", "+.5", "007", "-0", "+0", "1\xC2\xA0", "\xC2\xA0" "1", "\xEF\xBC\x91", "\xC3\xA9", "1\xFF", "\xC3",
-            "1\xE2\x80", "1e5\xC2\x85" };
+            "-.5", "+.5", "007", "-0", "+0", "1\xC2\xA0",
+            "\xC2\xA0"
+            "1",
+            "\xEF\xBC\x91", "\xC3\xA9", "1\xFF", "\xC3", "1\xE2\x80", "1e5\xC2\x85" };
         const int pick = int(_random.bounded(20));
         if (pick == 0)
             return special[_random.bounded(int(std::size(special)))];
@@ -223,8 +224,15 @@ private:
 
     QByteArray name()
     {
-        static const char *const names[] = { "red", "blue", "r\xC3\xA9" "d", "bad\xFF" "name", "\xEF\xBB\xBFred",
-            "a\xC2\xA0" "b", "sub/dir/x", "/abs/y" };
+        static const char *const names[] = { "red", "blue",
+            "r\xC3\xA9"
+            "d",
+            "bad\xFF"
+            "name",
+            "\xEF\xBB\xBFred",
+            "a\xC2\xA0"
+            "b",
+            "sub/dir/x", "/abs/y" };
         return names[_random.bounded(int(std::size(names)))];
     }
 
@@ -236,9 +244,8 @@ QStringList builderState(ModelBuilder &builder)
 {
     QStringList state;
     auto bytes = [](const QSharedPointer<ModelDataStream> &stream) {
-        return stream ? QString::fromLatin1(QByteArray(static_cast<const char *>(stream->data(0)),
-                                                qsizetype(stream->byteCount()))
-                                                .toHex())
+        return stream ? QString::fromLatin1(
+                   QByteArray(static_cast<const char *>(stream->data(0)), qsizetype(stream->byteCount())).toHex())
                       : QStringLiteral("null");
     };
     state << bytes(ModelBuilderInspector::verticesPerFace(builder))
@@ -361,7 +368,8 @@ void TestObjDifferential::textStartsReadAlike_data()
     QTest::newRow("carriage returns only") << sample.toUtf8().replace('\n', '\r');
     QTest::newRow("carriage return line ends") << sample.toUtf8().replace("\n", "\r\n");
     QTest::newRow("carriage return inside a number") << QByteArray("v 1\r5 2 3\nf 1 1 1\n");
-    QTest::newRow("NUL bytes") << QByteArray("v 1\0 2 3\nf 1\0 1 1\n\0v 1 1 1\n", 29);
+    static const char withNuls[] = "v 1\0 2 3\nf 1\0 1 1\n\0v 1 1 1\n";
+    QTest::newRow("NUL bytes") << QByteArray(withNuls, sizeof withNuls - 1);
     QTest::newRow("truncated character at the end") << QByteArray("usemtl a\xC3");
     QTest::newRow("lines longer than a read block")
         << QByteArray("v ") + QByteArray(3 << 20, ' ') + "1 2 3\nf " + QByteArray(3 << 20, '\t') + "1 1 1\n";

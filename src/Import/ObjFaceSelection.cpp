@@ -31,22 +31,43 @@ QString outsideReason(quint32 index, const IndexKind &kind)
         .arg(QLatin1StringView(kind.plural));
 }
 
+bool isUsable(quint32 index, quint32 count)
+{
+    return index == ObjCorner::kNoIndex || index < count;
+}
+
 // The reason the face at corners [first, first + count) cannot be used; null when it can.
-QString faceProblem(const ObjCorner *corners, quint32 count, const IndexKind &positions, const IndexKind &texCoords,
-    const IndexKind &normals)
+QString faceProblem(const ObjMesh &mesh, size_t first, quint32 count, const IndexKind &positions,
+    const IndexKind &texCoords, const IndexKind &normals)
 {
     for (quint32 i = 0; i < count; ++i) {
-        const ObjCorner &corner = corners[i];
-        if (corner.position == ObjCorner::kNoIndex)
+        const quint32 position = mesh.positionIndices[first + i];
+        const quint32 texCoord = mesh.texCoordIndices[first + i];
+        const quint32 normal = mesh.normalIndices[first + i];
+        if (position == ObjCorner::kNoIndex)
             return QStringLiteral("corner %1 has no position index").arg(i + 1);
-        if (corner.position >= positions.count)
-            return outsideReason(corner.position, positions);
-        if (corner.texCoord != ObjCorner::kNoIndex && corner.texCoord >= texCoords.count)
-            return outsideReason(corner.texCoord, texCoords);
-        if (corner.normal != ObjCorner::kNoIndex && corner.normal >= normals.count)
-            return outsideReason(corner.normal, normals);
+        if (position >= positions.count)
+            return outsideReason(position, positions);
+        if (!isUsable(texCoord, texCoords.count))
+            return outsideReason(texCoord, texCoords);
+        if (!isUsable(normal, normals.count))
+            return outsideReason(normal, normals);
     }
     return QString();
+}
+
+// True when every corner of the file is usable: one branch-free pass, so that the usual file
+// costs no per-face work.
+bool allCornersUsable(
+    const ObjMesh &mesh, const IndexKind &positions, const IndexKind &texCoords, const IndexKind &normals)
+{
+    const size_t cornerCount = mesh.positionIndices.size();
+    bool usable = true;
+    for (size_t k = 0; k < cornerCount; ++k) {
+        usable &= mesh.positionIndices[k] < positions.count && isUsable(mesh.texCoordIndices[k], texCoords.count)
+            && isUsable(mesh.normalIndices[k], normals.count);
+    }
+    return usable;
 }
 
 } // namespace
@@ -59,12 +80,15 @@ void selectUsableObjFaces(const ObjMesh &mesh, const QString &fileName, std::vec
 
     const size_t faceCount = mesh.cornerCounts.size();
     kept.assign(faceCount, 1);
-    const ObjCorner *corners = mesh.corners.data();
+    // kNoIndex is never below a count, so a missing position fails the first test too.
+    if (positions.count < ObjCorner::kNoIndex && allCornersUsable(mesh, positions, texCoords, normals))
+        return;
+    size_t corner = 0;
     quint64 skippedCount = 0;
     for (size_t face = 0; face < faceCount; ++face) {
         const quint32 cornerCount = mesh.cornerCounts[face];
-        const QString problem = faceProblem(corners, cornerCount, positions, texCoords, normals);
-        corners += cornerCount;
+        const QString problem = faceProblem(mesh, corner, cornerCount, positions, texCoords, normals);
+        corner += cornerCount;
         if (problem.isNull())
             continue;
         kept[face] = 0;

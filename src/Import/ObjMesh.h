@@ -1,6 +1,7 @@
 #pragma once
 
-#include "ObjReader.h"
+#include "ObjLineWords.h"
+#include "PodArray.h"
 
 #include <QStringList>
 #include <QtGlobal>
@@ -20,17 +21,20 @@ struct ObjMaterialUse
 
 // An OBJ file gathered into flat arrays, as read, before any check against the whole file.
 //
-// Corners hold the indices the reader resolved; a normal or texture-coordinate index of a face
-// read before the first line of that kind is kNoIndex. Nothing here is range-checked.
+// Corners hold the indices the reader resolved, one array per kind; a normal or
+// texture-coordinate index of a face read before the first line of that kind is kNoIndex.
+// Nothing here is range-checked.
 struct ObjMesh
 {
-    std::vector<float> positions; // x, y, z per "v" line
-    std::vector<float> normals; // x, y, z per "vn" line
-    std::vector<float> texCoords; // u, v per "vt" line
+    PodArray<float> positions; // x, y, z per "v" line
+    PodArray<float> normals; // x, y, z per "vn" line
+    PodArray<float> texCoords; // u, v per "vt" line
     std::vector<ObjLineType> attributeOrder; // Vertex, Normal, TexCoord in order of first line
-    std::vector<quint32> cornerCounts; // per face
-    std::vector<ObjCorner> corners; // per corner, face after face
-    std::vector<qint64> faceLines; // per face, its 1-based line number
+    PodArray<quint32> cornerCounts; // per face
+    PodArray<quint32> positionIndices; // per corner, face after face
+    PodArray<quint32> normalIndices; // per corner
+    PodArray<quint32> texCoordIndices; // per corner
+    PodArray<qint64> faceLines; // per face, its 1-based line number
     QStringList libraries; // absolute paths of the "mtllib" lines, in order
     QStringList materialNames; // distinct "usemtl" names, in order of first use
     std::vector<ObjMaterialUse> materialUses; // runs covering every face, in order

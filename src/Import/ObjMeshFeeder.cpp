@@ -18,19 +18,19 @@ struct AttributeSource
 {
     QString name;
     int components;
-    const std::vector<float> *values;
-    quint32 ObjCorner::*index;
+    const PodArray<float> *values;
+    const PodArray<quint32> *indices;
 };
 
 AttributeSource attributeSource(ObjLineType type, const ObjMesh &mesh)
 {
     switch (type) {
     case ObjLineType::Normal:
-        return { ObjModelNames::normals(), 3, &mesh.normals, &ObjCorner::normal };
+        return { ObjModelNames::normals(), 3, &mesh.normals, &mesh.normalIndices };
     case ObjLineType::TexCoord:
-        return { ObjModelNames::texCoords(), 2, &mesh.texCoords, &ObjCorner::texCoord };
+        return { ObjModelNames::texCoords(), 2, &mesh.texCoords, &mesh.texCoordIndices };
     default:
-        return { ObjModelNames::positions(), 3, &mesh.positions, &ObjCorner::position };
+        return { ObjModelNames::positions(), 3, &mesh.positions, &mesh.positionIndices };
     }
 }
 
@@ -42,35 +42,44 @@ size_t keptCornerTotal(const ObjMesh &mesh, const std::vector<quint8> &kept)
     return total;
 }
 
+bool keepsEveryFace(const std::vector<quint8> &kept)
+{
+    return std::find(kept.begin(), kept.end(), quint8(0)) == kept.end();
+}
+
 // One attribute's values and indices; corners without an index use a zero value appended
-// after the file's values.
+// after the file's values. When every face is kept and no index is missing, the gathered
+// indices go to the builder as they are.
 void feedAttribute(const AttributeSource &source, const ObjMesh &mesh, const std::vector<quint8> &kept,
-    std::vector<quint32> &indices, ModelBuilder &builder)
+    bool everyFaceKept, std::vector<quint32> &scratch, ModelBuilder &builder)
 {
     const auto defaultIndex = static_cast<quint32>(source.values->size() / source.components);
-    bool usesDefault = false;
-    quint32 *out = indices.data();
-    const ObjCorner *corner = mesh.corners.data();
-    for (size_t face = 0; face < kept.size(); ++face) {
-        const quint32 count = mesh.cornerCounts[face];
-        if (kept[face]) {
-            for (quint32 i = 0; i < count; ++i) {
-                const quint32 index = corner[i].*source.index;
-                const bool missing = index == ObjCorner::kNoIndex;
-                usesDefault |= missing;
-                *out++ = missing ? defaultIndex : index;
-            }
+    const PodArray<quint32> &gathered = *source.indices;
+    const bool usesDefault = std::find(gathered.begin(), gathered.end(), ObjCorner::kNoIndex) != gathered.end();
+    const quint32 *indices = gathered.data();
+    size_t indexCount = gathered.size();
+    if (usesDefault || !everyFaceKept) {
+        scratch.resize(keptCornerTotal(mesh, kept));
+        quint32 *out = scratch.data();
+        const quint32 *corner = gathered.data();
+        for (size_t face = 0; face < kept.size(); ++face) {
+            const quint32 count = mesh.cornerCounts[face];
+            for (quint32 i = 0; kept[face] && i < count; ++i)
+                *out++ = corner[i] == ObjCorner::kNoIndex ? defaultIndex : corner[i];
+            corner += count;
         }
-        corner += count;
+        indices = scratch.data();
+        indexCount = scratch.size();
     }
 
     builder.createVertexAttribute(source.name, source.components, GLType::Float, 0, 0);
     builder.addValuesToVertexAttribute(source.name, source.values->size(), source.values->data(), GLType::Float);
-    if (usesDefault) {
+    // Only kept faces count: a default value that only skipped faces wanted is left out.
+    if (usesDefault && std::find(indices, indices + indexCount, defaultIndex) != indices + indexCount) {
         const float zeros[3] = { 0.0f, 0.0f, 0.0f };
         builder.addValuesToVertexAttribute(source.name, source.components, zeros, GLType::Float);
     }
-    builder.addIndicesToVertexAttribute(source.name, indices.size(), indices.data());
+    builder.addIndicesToVertexAttribute(source.name, indexCount, indices);
 }
 
 void feedCornerCounts(const ObjMesh &mesh, const std::vector<quint8> &kept, ModelBuilder &builder)
@@ -119,9 +128,10 @@ void feedObjMesh(
     const ObjMesh &mesh, const std::vector<quint8> &kept, const QStringList &runGroups, ModelBuilder &builder)
 {
     const size_t cornerTotal = keptCornerTotal(mesh, kept);
-    std::vector<quint32> indices(cornerTotal);
+    const bool everyFaceKept = keepsEveryFace(kept);
+    std::vector<quint32> scratch;
     for (ObjLineType type : mesh.attributeOrder)
-        feedAttribute(attributeSource(type, mesh), mesh, kept, indices, builder);
+        feedAttribute(attributeSource(type, mesh), mesh, kept, everyFaceKept, scratch, builder);
     feedCornerCounts(mesh, kept, builder);
     feedGroups(mesh, kept, runGroups, builder);
 

@@ -8,12 +8,12 @@
 #include "ModelBuilder.h"
 #include "ObjFaceSelection.h"
 #include "ObjMeshFeeder.h"
-#include "ObjMeshParser.h"
 #include "ObjModelNames.h"
+#include "ObjTextScanner.h"
 
+#include <QDir>
 #include <QFile>
 #include <QFileInfo>
-#include <QTextStream>
 
 #include <limits>
 #include <vector>
@@ -71,12 +71,14 @@ bool readObjModel(const QString &path, ModelBuilder &builder, QString &error)
         error = QStringLiteral("Failed to load OBJ file '%1'").arg(path);
         return false;
     }
-    builder.createMaterialGroup(ObjModelNames::defaultMaterial(), makeDefaultMaterial(), -1, 0);
-
     ObjMesh mesh;
-    QTextStream text(&file);
-    parseObjMesh(text, QFileInfo(path).dir().absolutePath(), mesh);
+    scanObjFile(file, QFileInfo(path).dir().absolutePath(), mesh);
+    return assembleObjModel(mesh, path, builder, error);
+}
 
+bool assembleObjModel(ObjMesh &mesh, const QString &path, ModelBuilder &builder, QString &error)
+{
+    builder.createMaterialGroup(ObjModelNames::defaultMaterial(), makeDefaultMaterial(), -1, 0);
     QStringList runGroups;
     if (!loadLibraries(mesh, builder, runGroups, error))
         return false;

@@ -1,5 +1,7 @@
 #pragma once
 
+#include "ObjMesh.h"
+
 #include <QString>
 
 namespace Vardune::Qel {
@@ -18,5 +20,9 @@ class ModelBuilder;
 // a library cannot ("Failed to load MTL file '%1'", its absolute path); `error` then holds the
 // message and the builder is to be discarded. `error` is untouched on success.
 bool readObjModel(const QString &path, ModelBuilder &builder, QString &error);
+
+// The steps of readObjModel after the text is read: the default group, the libraries, the
+// face checks (warnings name `path`) and the feeding of `mesh` into `builder`.
+bool assembleObjModel(ObjMesh &mesh, const QString &path, ModelBuilder &builder, QString &error);
 
 } // namespace Vardune::Qel

@@ -1,5 +1,7 @@
 #pragma once
 
+#include "ObjLineWords.h"
+
 #include <QDir>
 #include <QList>
 #include <QString>
@@ -9,30 +11,6 @@
 class QTextStream;
 
 namespace Vardune::Qel {
-
-// What the current line of an OBJ file holds.
-enum class ObjLineType {
-    Vertex, // "v"
-    Normal, // "vn"
-    TexCoord, // "vt"
-    Face, // "f"
-    MaterialLibrary, // "mtllib"
-    UseMaterial, // "usemtl"
-    End, // the input is exhausted
-    None, // no recognised line
-};
-
-// One face corner: zero-based indices in the order position, normal, texture coordinate
-// (not the order of the file's p/t/n fields).
-struct ObjCorner
-{
-    // A component that the corner text leaves out or gives as 0.
-    static constexpr quint32 kNoIndex = 0x7FFFFFFF;
-
-    quint32 position = kNoIndex;
-    quint32 normal = kNoIndex;
-    quint32 texCoord = kNoIndex;
-};
 
 // Reads an OBJ file as a sequence of classified lines: positions, normals, texture
 // coordinates, faces, material libraries and material names. Every other line is passed over.
@@ -68,14 +46,12 @@ public:
     // 1-based number of the current line in the file.
     qint64 lineNumber() const { return _lineNumber; }
     // Lines of each kind classified so far.
-    qint32 positionCount() const { return _positionCount; }
-    qint32 normalCount() const { return _normalCount; }
-    qint32 texCoordCount() const { return _texCoordCount; }
+    qint32 positionCount() const { return _counts.positions; }
+    qint32 normalCount() const { return _counts.normals; }
+    qint32 texCoordCount() const { return _counts.texCoords; }
 
 private:
-    bool parseValues(int count);
     bool parseName();
-    bool parseFace();
 
     QDir _baseDir;
     QTextStream *_input;
@@ -85,9 +61,7 @@ private:
     float _lineValues[3] = { 0.0f, 0.0f, 0.0f };
     QString _lineName;
     QList<ObjCorner> _faceCorners;
-    qint32 _positionCount = 0;
-    qint32 _texCoordCount = 0;
-    qint32 _normalCount = 0;
+    ObjLineCounts _counts;
     qint64 _lineNumber = 0;
 };
 

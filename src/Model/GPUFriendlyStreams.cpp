@@ -1,16 +1,24 @@
 // Rebuilds independently indexed attributes into GPU streams: one value stream per attribute,
 // vertex after vertex, and one index stream with an element per face corner shared by all.
 //
-// Without merging, every corner becomes a GPU vertex; with merging, every distinct tuple of
-// attribute indices does, numbered by its first corner and taking its values from that corner
-// (the tuples are welded like vertices whose attributes are their 4-byte indices). Either way
-// the stream optimisation then merges GPU vertices that are equal byte for byte. Cost: one
-// block copy per GPU vertex per attribute, plus one weld over the corners when merging.
+// Without merging, every corner is a GPU vertex and the GPU vertices are then welded byte for
+// byte; with merging, every distinct tuple of attribute indices is a GPU vertex, numbered by its
+// first corner and taking its values from that corner, and the stream optimisation welds those.
+//
+// Both start by numbering the distinct index tuples (welded like vertices whose attributes are
+// their 4-byte indices) and gathering one vertex per tuple. Without merging, the byte weld then
+// runs over the tuple vertices instead of every corner: corners with equal tuples hold equal
+// bytes, and the first corner of each content is the first corner of its tuple, so numbering
+// contents in the order of their tuples' first corners is numbering them in the order of their
+// first corners, which is what the weld over every corner gives. The statistics line still
+// counts corners. Cost: one weld over the corners' index tuples (a third of the bytes of their
+// values), one over the distinct tuples' values, one block copy per tuple per attribute.
 
 #include "ModelBuilder.h"
 
 #include "VertexGather.h"
 #include "VertexWeld.h"
+#include "WeldStatistics.h"
 
 #include <QVarLengthArray>
 
@@ -47,6 +55,11 @@ uint32_t cornerCount(ModelDataStream &verticesPerFace)
     return std::accumulate(counts, counts + verticesPerFace.size(), uint32_t(0));
 }
 
+size_t vertexBytes(const VertexAttribute &attribute)
+{
+    return ModelDataStream::typeSize(attribute.values->type()) * size_t(attribute.componentsPerVertex);
+}
+
 } // namespace
 
 void ModelBuilder::buildGPUFriendlyStreams(bool mergeByIndices)
@@ -56,47 +69,57 @@ void ModelBuilder::buildGPUFriendlyStreams(bool mergeByIndices)
 
     const uint32_t faceCornerCount = cornerCount(*_verticesPerFace);
     QVarLengthArray<VertexAttribute *, 8> attributes;
+    QVarLengthArray<VertexWeldStream, 8> indexTuples;
     for (VertexAttribute &attribute : _vertexAttributes) {
-        if (isBuiltFromValues(attribute))
+        if (isBuiltFromValues(attribute)) {
             attributes.append(&attribute);
+            indexTuples.append({ attribute.indices->data(0), size_t(kIndexStride) });
+        }
     }
 
     const QSharedPointer<ModelDataStream> cornerVertices = newStream(kIndexType, faceCornerCount);
     auto *cornerVertex = static_cast<unsigned int *>(cornerVertices->data(0));
-    std::unique_ptr<unsigned int[]> firstCorner; // per GPU vertex, when merging
-    size_t vertexCount = faceCornerCount;
-    if (mergeByIndices) {
-        QVarLengthArray<VertexWeldStream, 8> indexTuples;
-        for (VertexAttribute *attribute : attributes)
-            indexTuples.append({ attribute->indices->data(0), size_t(kIndexStride) });
-        firstCorner.reset(new unsigned int[faceCornerCount]);
-        vertexCount = weldVertices(
-            cornerVertex, firstCorner.get(), faceCornerCount, indexTuples.data(), size_t(indexTuples.size()));
-    } else {
-        std::iota(cornerVertex, cornerVertex + faceCornerCount, 0u);
-    }
+    // Only the first tupleCount entries are ever written, so only they are touched.
+    const std::unique_ptr<unsigned int[]> firstCorner(new unsigned int[faceCornerCount]);
+    const size_t tupleCount = weldVertices(
+        cornerVertex, firstCorner.get(), faceCornerCount, indexTuples.data(), size_t(indexTuples.size()));
 
-    // The value number that each GPU vertex copies, per attribute; without merging it is
-    // the attribute's own index stream.
-    std::unique_ptr<unsigned int[]> valueOfVertex(mergeByIndices ? new unsigned int[vertexCount] : nullptr);
+    const std::unique_ptr<unsigned int[]> valueOfTuple(new unsigned int[tupleCount]);
+    QVarLengthArray<VertexWeldStream, 8> tupleValues;
     for (VertexAttribute *attribute : attributes) {
-        const unsigned int type = attribute->values->type();
-        const size_t componentCount = size_t(attribute->componentsPerVertex);
         const auto *indices = static_cast<const unsigned int *>(attribute->indices->data(0));
-        const unsigned int *order = indices;
-        if (mergeByIndices) {
-            for (size_t v = 0; v < vertexCount; ++v)
-                valueOfVertex[v] = indices[firstCorner[v]];
-            order = valueOfVertex.get();
-        }
-        const QSharedPointer<ModelDataStream> gpuValues = newStream(type, vertexCount * componentCount);
-        gatherVertices(gpuValues->data(0), attribute->values->data(0), ModelDataStream::typeSize(type) * componentCount,
-            order, vertexCount);
+        for (size_t v = 0; v < tupleCount; ++v)
+            valueOfTuple[v] = indices[firstCorner[v]];
+        const QSharedPointer<ModelDataStream> gpuValues
+            = newStream(attribute->values->type(), tupleCount * size_t(attribute->componentsPerVertex));
+        gatherVertices(
+            gpuValues->data(0), attribute->values->data(0), vertexBytes(*attribute), valueOfTuple.get(), tupleCount);
         attribute->gpuValues = gpuValues;
         attribute->gpuIndices = cornerVertices;
+        tupleValues.append({ gpuValues->data(0), vertexBytes(*attribute) });
+    }
+    if (mergeByIndices) {
+        optimizeGPUStreams();
+        return;
     }
 
-    optimizeGPUStreams();
+    // The byte weld of the tuple vertices, composed with the tuple numbering of the corners.
+    const std::unique_ptr<unsigned int[]> tupleToVertex(new unsigned int[tupleCount]);
+    const std::unique_ptr<unsigned int[]> vertexToTuple(new unsigned int[tupleCount]);
+    const size_t vertexCount = weldVertices(
+        tupleToVertex.get(), vertexToTuple.get(), tupleCount, tupleValues.data(), size_t(tupleValues.size()));
+    if (vertexCount < tupleCount) { // else every tuple vertex keeps its number and its place
+        for (uint32_t k = 0; k < faceCornerCount; ++k)
+            cornerVertex[k] = tupleToVertex[cornerVertex[k]];
+        for (VertexAttribute *attribute : attributes) {
+            const QSharedPointer<ModelDataStream> packed
+                = newStream(attribute->values->type(), vertexCount * size_t(attribute->componentsPerVertex));
+            gatherVertices(packed->data(0), attribute->gpuValues->data(0), vertexBytes(*attribute), vertexToTuple.get(),
+                vertexCount);
+            attribute->gpuValues = packed;
+        }
+    }
+    logWeldStatistics(this, int(faceCornerCount), int(vertexCount), kIndexStride);
 }
 
 } // namespace Vardune::Qel

@@ -1,5 +1,7 @@
 #include "ModelDataArray.h"
 
+#include "HugePages.h"
+
 #include <cstring>
 
 namespace Vardune::Qel {
@@ -14,10 +16,13 @@ qsizetype byteLength(unsigned int type, size_t count)
 
 } // namespace
 
+// Large arrays are advised into huge pages before their first write (the zero fill).
 ModelDataArray::ModelDataArray(unsigned int type, size_t count)
     : _type(type)
-    , _data(byteLength(type, count), '\0')
+    , _data(byteLength(type, count), Qt::Uninitialized)
 {
+    adviseHugePages(_data.data(), size_t(_data.size()));
+    std::memset(_data.data(), 0, size_t(_data.size()));
 }
 
 ModelDataArray::~ModelDataArray() = default;
@@ -52,8 +57,10 @@ void ModelDataArray::resize(size_t count)
     const qsizetype oldLength = _data.size();
     const qsizetype newLength = byteLength(_type, count);
     _data.resize(newLength);
-    if (newLength > oldLength)
+    if (newLength > oldLength) {
+        adviseHugePages(_data.data() + oldLength, size_t(newLength - oldLength));
         std::memset(_data.data() + oldLength, 0, static_cast<size_t>(newLength - oldLength));
+    }
 }
 
 size_t ModelDataArray::byteCount() const
@@ -75,8 +82,13 @@ void ModelDataArray::setData(size_t offset, size_t count, const void *source)
 
 void ModelDataArray::append(size_t count, const void *source)
 {
-    if (count > 0)
-        _data.append(static_cast<const char *>(source), byteLength(_type, count));
+    if (count == 0)
+        return;
+    const qsizetype oldLength = _data.size();
+    const qsizetype addedLength = byteLength(_type, count);
+    _data.resize(oldLength + addedLength);
+    adviseHugePages(_data.data() + oldLength, size_t(addedLength));
+    std::memcpy(_data.data() + oldLength, source, size_t(addedLength));
 }
 
 ModelDataStream *ModelDataArrayAllocator::alloc(unsigned int type, size_t count)

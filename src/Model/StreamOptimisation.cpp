@@ -12,8 +12,8 @@
 #include "GLTypes.h"
 #include "VertexGather.h"
 #include "VertexWeld.h"
+#include "WeldStatistics.h"
 
-#include <QMessageLogger>
 #include <QVarLengthArray>
 
 #include <algorithm>
@@ -105,12 +105,7 @@ void ModelBuilder::optimizeGPUStreams()
         attribute->gpuIndices = oldIndices;
     }
 
-    // Widened so that large meshes do not overflow; an empty mesh shows 0.
-    const int percentage = vertexCount > 0 ? int(qint64(newVertexCount) * 100 / vertexCount) : 0;
-    QMessageLogger(nullptr, 0, nullptr)
-        .debug("%p Vertices Map %8d -> %8d d %8d (%3d %%) %d", static_cast<const void *>(this), vertexCount,
-            newVertexCount, vertexCount - newVertexCount, percentage,
-            int(ModelDataStream::typeSize(oldIndices->type())));
+    logWeldStatistics(this, vertexCount, newVertexCount, int(ModelDataStream::typeSize(oldIndices->type())));
 }
 
 } // namespace Vardune::Qel

@@ -1,0 +1,73 @@
+#pragma once
+
+#include "ObjMesh.h"
+
+#include <QHash>
+
+namespace Vardune::Qel {
+
+// Appends the lines of one OBJ file, as they are read, to an ObjMesh: values, face corners,
+// libraries and material runs. Every reading path of the import goes through it, so that they
+// gather alike. Corners go straight into the mesh's arrays; a face that turns out bad is taken
+// back with dropCorners().
+class ObjMeshGatherer
+{
+public:
+    explicit ObjMeshGatherer(ObjMesh &mesh)
+        : _mesh(mesh)
+    { }
+
+    ObjMeshGatherer(const ObjMeshGatherer &) = delete;
+    ObjMeshGatherer &operator=(const ObjMeshGatherer &) = delete;
+
+    // Three values for Vertex and Normal, two for TexCoord.
+    void addValues(ObjLineType type, const float *values)
+    {
+        PodArray<float> &target = type == ObjLineType::Vertex ? _mesh.positions
+            : type == ObjLineType::Normal                     ? _mesh.normals
+                                                              : _mesh.texCoords;
+        noteAttribute(type);
+        target.append(values, type == ObjLineType::TexCoord ? 2 : 3);
+    }
+
+    // Lines of each kind so far: the counts that relative corner numbers resolve against.
+    ObjLineCounts counts() const
+    {
+        return { qint32(_mesh.positions.size() / 3), qint32(_mesh.texCoords.size() / 2),
+            qint32(_mesh.normals.size() / 3) };
+    }
+
+    // Corners of the face being read; a normal or texture coordinate counts only once a line of
+    // that kind exists.
+    size_t cornerTotal() const { return _mesh.positionIndices.size(); }
+    void addCorner(quint32 position, quint32 texCoord, quint32 normal)
+    {
+        _mesh.positionIndices.push_back(position);
+        _mesh.texCoordIndices.push_back(_mesh.texCoords.empty() ? ObjCorner::kNoIndex : texCoord);
+        _mesh.normalIndices.push_back(_mesh.normals.empty() ? ObjCorner::kNoIndex : normal);
+    }
+    void dropCorners(size_t firstCorner);
+    // Closes the face whose corners were added since `firstCorner`.
+    void addFace(size_t firstCorner, qint64 line);
+
+    void addLibrary(const QString &absolutePath);
+    void useMaterial(const QString &name);
+
+private:
+    void noteAttribute(ObjLineType type)
+    {
+        const unsigned bit = 1u << unsigned(type);
+        if (!(_seenAttributes & bit)) {
+            _seenAttributes |= bit;
+            _mesh.attributeOrder.push_back(type);
+        }
+    }
+
+    ObjMesh &_mesh;
+    unsigned _seenAttributes = 0;
+    qint32 _material = -1;
+    qint32 _libraryCount = 0;
+    QHash<QString, qint32> _materialNumbers;
+};
+
+} // namespace Vardune::Qel

@@ -1,0 +1,282 @@
+// OBJ text to flat arrays in large blocks, without a string per line.
+//
+// Text mode drops every carriage return before decoding, and the line splitting pattern
+// matches only the ASCII white space (space, tab, vertical tab, form feed), so lines and words
+// are found on the bytes. Plain ASCII words are converted in place (ObjNumberText). A line that
+// needs decoding (a byte above 0x7F in a word that matters), and every "usemtl" and "mtllib"
+// line, is decoded like the text stream would and read through Qt's own calls instead. Text
+// that starts with a UTF-16 or UTF-32 byte-order mark is left to the text stream altogether.
+// Cost: one pass over the bytes; memory: one block buffer, reused.
+
+#include "ObjTextScanner.h"
+
+#include "ObjMeshGatherer.h"
+#include "ObjMeshParser.h"
+#include "ObjNumberText.h"
+
+#include <QDir>
+#include <QFile>
+#include <QStringDecoder>
+#include <QTextStream>
+
+#include <cstring>
+#include <memory>
+
+namespace Vardune::Qel {
+
+namespace {
+
+constexpr size_t kBlockBytes = size_t(1) << 20;
+
+bool isSpace(char c)
+{
+    return c == ' ' || c == '\t' || c == '\v' || c == '\f';
+}
+
+const char *skipSpace(const char *p, const char *end)
+{
+    while (p != end && isSpace(*p))
+        ++p;
+    return p;
+}
+
+// The end of the word at p; `highBits` collects the bytes' top bits.
+const char *wordEnd(const char *p, const char *end, unsigned char &highBits)
+{
+    for (; p != end && !isSpace(*p); ++p)
+        highBits |= static_cast<unsigned char>(*p);
+    return p;
+}
+
+// Removes every carriage return from [text, text + size); returns the new size.
+size_t dropCarriageReturns(char *text, size_t size)
+{
+    char *from = static_cast<char *>(std::memchr(text, '\r', size));
+    if (!from)
+        return size;
+    char *to = from;
+    for (const char *end = text + size; from != end; ++from) {
+        if (*from != '\r')
+            *to++ = *from;
+    }
+    return size_t(to - text);
+}
+
+enum class TextStart { Utf8, Utf8WithMark, Other };
+
+// What the text stream makes of the first bytes: a UTF-8 mark is skipped, a UTF-16 or UTF-32
+// mark switches the decoding.
+TextStart textStart(const unsigned char *bytes, size_t size)
+{
+    if (size > 3
+        && ((bytes[0] == 0 && bytes[1] == 0 && bytes[2] == 0xFE && bytes[3] == 0xFF)
+            || (bytes[0] == 0xFF && bytes[1] == 0xFE && bytes[2] == 0 && bytes[3] == 0)))
+        return TextStart::Other;
+    if (size > 2 && bytes[0] == 0xEF && bytes[1] == 0xBB && bytes[2] == 0xBF)
+        return TextStart::Utf8WithMark;
+    if (size > 1 && ((bytes[0] == 0xFE && bytes[1] == 0xFF) || (bytes[0] == 0xFF && bytes[1] == 0xFE)))
+        return TextStart::Other;
+    return TextStart::Utf8;
+}
+
+class LineScanner
+{
+public:
+    LineScanner(const QString &directory, ObjMesh &mesh)
+        : _baseDir(directory)
+        , _gatherer(mesh)
+    { }
+
+    // One line without its '\n'; `terminated` tells whether a '\n' follows at `end`.
+    void scanLine(const char *begin, const char *end, bool terminated)
+    {
+        ++_lineNumber;
+        const char *keyword = skipSpace(begin, end);
+        if (keyword == end || *keyword == '#')
+            return;
+        unsigned char highBits = 0;
+        const char *keywordEnd = wordEnd(keyword, end, highBits);
+        const size_t length = size_t(keywordEnd - keyword);
+        // A keyword with other bytes than its letters is no keyword, whatever they decode to.
+        if (length == 1 && keyword[0] == 'v')
+            return scanValues(ObjLineType::Vertex, 3, keywordEnd, begin, end, terminated);
+        if (length == 1 && keyword[0] == 'f')
+            return scanFace(keywordEnd, begin, end, terminated);
+        if (length == 2 && keyword[0] == 'v' && keyword[1] == 'n')
+            return scanValues(ObjLineType::Normal, 3, keywordEnd, begin, end, terminated);
+        if (length == 2 && keyword[0] == 'v' && keyword[1] == 't')
+            return scanValues(ObjLineType::TexCoord, 2, keywordEnd, begin, end, terminated);
+        if (length == 6 && (std::memcmp(keyword, "usemtl", 6) == 0 || std::memcmp(keyword, "mtllib", 6) == 0))
+            return readDecodedLine(begin, end, terminated);
+    }
+
+private:
+    void scanValues(ObjLineType type, int count, const char *p, const char *begin, const char *end, bool terminated)
+    {
+        float values[3] = { 0.0f, 0.0f, 0.0f };
+        for (int i = 0; i < count; ++i) {
+            p = skipSpace(p, end);
+            if (p == end)
+                break;
+            unsigned char highBits = 0;
+            const char *word = p;
+            p = wordEnd(p, end, highBits);
+            if (highBits & 0x80)
+                return readDecodedLine(begin, end, terminated);
+            values[i] = objTextToFloat(word, p);
+        }
+        _gatherer.addValues(type, values);
+    }
+
+    void scanFace(const char *p, const char *begin, const char *end, bool terminated)
+    {
+        const size_t firstCorner = _gatherer.cornerTotal();
+        const ObjLineCounts counts = _gatherer.counts();
+        for (;;) {
+            p = skipSpace(p, end);
+            if (p == end || *p == '#')
+                break;
+            unsigned char highBits = 0;
+            const char *word = p;
+            p = wordEnd(p, end, highBits);
+            if (highBits & 0x80) {
+                _gatherer.dropCorners(firstCorner);
+                return readDecodedLine(begin, end, terminated);
+            }
+            qint32 numbers[3] = { 0, 0, 0 };
+            if (!readCorner(word, p, numbers)) {
+                _gatherer.dropCorners(firstCorner);
+                return;
+            }
+            _gatherer.addCorner(objCornerIndex(numbers[0], counts.positions),
+                objCornerIndex(numbers[1], counts.texCoords), objCornerIndex(numbers[2], counts.normals));
+        }
+        _gatherer.addFace(firstCorner, _lineNumber);
+    }
+
+    // Fields position/texture coordinate/normal of one corner word; an empty or missing second
+    // or third field is 0, fields after the third are ignored.
+    static bool readCorner(const char *word, const char *end, qint32 *numbers)
+    {
+        const char *fieldStart = word;
+        for (int field = 0; field < 3; ++field) {
+            const auto *slash = static_cast<const char *>(std::memchr(fieldStart, '/', size_t(end - fieldStart)));
+            const char *fieldEnd = slash ? slash : end;
+            if ((field == 0 || fieldEnd != fieldStart) && !objTextToInt(fieldStart, fieldEnd, numbers[field]))
+                return false;
+            if (!slash)
+                break;
+            fieldStart = slash + 1;
+        }
+        return true;
+    }
+
+    // The line as the text stream decodes it: a fresh decoder from the line's start (a mark there
+    // is a character), fed the '\n' too when there is one, so that a sequence cut short by the
+    // line end becomes a replacement character and one cut short by the end of the text is dropped.
+    void readDecodedLine(const char *begin, const char *end, bool terminated)
+    {
+        QStringDecoder decoder(QStringDecoder::Utf8, QStringDecoder::Flag::ConvertInitialBom);
+        QString line = decoder(QByteArrayView(begin, end - begin + (terminated ? 1 : 0)));
+        if (terminated)
+            line.chop(1);
+        const QStringList words = splitObjLine(line);
+        const ObjLineType type = objLineType(words);
+        switch (type) {
+        case ObjLineType::Vertex:
+        case ObjLineType::Normal:
+        case ObjLineType::TexCoord: {
+            float values[3] = { 0.0f, 0.0f, 0.0f };
+            readObjValues(words, type == ObjLineType::TexCoord ? 2 : 3, values);
+            _gatherer.addValues(type, values);
+            break;
+        }
+        case ObjLineType::Face:
+            if (readObjFaceCorners(words, _gatherer.counts(), _corners)) {
+                const size_t firstCorner = _gatherer.cornerTotal();
+                for (const ObjCorner &corner : std::as_const(_corners))
+                    _gatherer.addCorner(corner.position, corner.texCoord, corner.normal);
+                _gatherer.addFace(firstCorner, _lineNumber);
+            }
+            break;
+        case ObjLineType::MaterialLibrary:
+            if (words.size() >= 2) {
+                const QString &name = words.at(1);
+                _gatherer.addLibrary(QDir::isRelativePath(name) ? _baseDir.absoluteFilePath(name) : name);
+            }
+            break;
+        case ObjLineType::UseMaterial:
+            if (words.size() >= 2)
+                _gatherer.useMaterial(words.at(1));
+            break;
+        case ObjLineType::End:
+        case ObjLineType::None:
+            break;
+        }
+    }
+
+    QDir _baseDir;
+    ObjMeshGatherer _gatherer;
+    QList<ObjCorner> _corners;
+    qint64 _lineNumber = 0;
+};
+
+} // namespace
+
+void scanObjFile(QFile &file, const QString &directory, ObjMesh &mesh)
+{
+    // Carriage returns are dropped here, as text mode would drop them.
+    const bool textMode = file.isTextModeEnabled();
+    file.setTextModeEnabled(false);
+    size_t capacity = kBlockBytes;
+    std::unique_ptr<char[]> buffer(new char[capacity]);
+    size_t filled = 0;
+    size_t start = 0;
+    bool atStart = true;
+    bool atEnd = false;
+    LineScanner scanner(directory, mesh);
+    while (!atEnd) {
+        if (filled == capacity) { // one line longer than the buffer
+            std::unique_ptr<char[]> larger(new char[capacity * 2]);
+            std::memcpy(larger.get(), buffer.get(), filled);
+            buffer = std::move(larger);
+            capacity *= 2;
+        }
+        const qint64 read = file.read(buffer.get() + filled, qint64(capacity - filled));
+        atEnd = read <= 0;
+        if (atStart) {
+            // The mark is looked for in the first bytes as stored, carriage returns included.
+            atStart = false;
+            const TextStart kind
+                = textStart(reinterpret_cast<const unsigned char *>(buffer.get()), size_t(qMax(read, qint64(0))));
+            if (kind == TextStart::Other) {
+                file.setTextModeEnabled(textMode);
+                file.seek(0);
+                QTextStream text(&file);
+                parseObjMesh(text, directory, mesh);
+                return;
+            }
+            start = kind == TextStart::Utf8WithMark ? 3 : 0;
+        }
+        if (!atEnd)
+            filled += dropCarriageReturns(buffer.get() + filled, size_t(read));
+
+        const char *text = buffer.get();
+        for (;;) {
+            const auto *newline = static_cast<const char *>(std::memchr(text + start, '\n', filled - start));
+            if (!newline)
+                break;
+            scanner.scanLine(text + start, newline, true);
+            start = size_t(newline - text) + 1;
+        }
+        if (atEnd && start < filled)
+            scanner.scanLine(text + start, text + filled, false);
+        // The unfinished line moves to the front of the buffer.
+        std::memmove(buffer.get(), buffer.get() + start, filled - start);
+        filled -= start;
+        start = 0;
+    }
+    file.setTextModeEnabled(textMode);
+}
+
+} // namespace Vardune::Qel

@@ -1,0 +1,95 @@
+#pragma once
+
+#include "HugePages.h"
+
+#include <cstdlib>
+#include <cstring>
+#include <new>
+#include <type_traits>
+#include <utility>
+
+namespace Vardune::Qel {
+
+// A growing array of plain values for the large per-line and per-corner arrays of an import.
+//
+// It grows by realloc, which moves large blocks by remapping their pages instead of copying
+// them, and asks for huge pages before the new space is written: every byte is touched once,
+// however often the array grows. New elements are not initialised.
+template<typename T>
+class PodArray
+{
+    static_assert(std::is_trivially_copyable_v<T>, "PodArray holds plain values only");
+
+public:
+    PodArray() = default;
+    ~PodArray() { std::free(_data); }
+    PodArray(const PodArray &) = delete;
+    PodArray &operator=(const PodArray &) = delete;
+    PodArray(PodArray &&other) noexcept
+        : _data(std::exchange(other._data, nullptr))
+        , _size(std::exchange(other._size, 0))
+        , _capacity(std::exchange(other._capacity, 0))
+    { }
+
+    size_t size() const { return _size; }
+    bool empty() const { return _size == 0; }
+    T *data() { return _data; }
+    const T *data() const { return _data; }
+    T *begin() { return _data; }
+    T *end() { return _data + _size; }
+    const T *begin() const { return _data; }
+    const T *end() const { return _data + _size; }
+    T &operator[](size_t i) { return _data[i]; }
+    const T &operator[](size_t i) const { return _data[i]; }
+    T &back() { return _data[_size - 1]; }
+    const T &back() const { return _data[_size - 1]; }
+
+    void push_back(const T &value)
+    {
+        if (_size == _capacity)
+            grow(_size + 1);
+        _data[_size++] = value;
+    }
+    void append(const T *values, size_t count)
+    {
+        if (_size + count > _capacity)
+            grow(_size + count);
+        std::memcpy(_data + _size, values, count * sizeof(T));
+        _size += count;
+    }
+    // Shrinking keeps the capacity; growing leaves the new elements uninitialised.
+    void resize(size_t count)
+    {
+        if (count > _capacity)
+            grow(count);
+        _size = count;
+    }
+    // Frees the storage.
+    void release()
+    {
+        std::free(std::exchange(_data, nullptr));
+        _size = _capacity = 0;
+    }
+
+private:
+    static constexpr size_t kFirstCapacity = 4096 / sizeof(T);
+
+    void grow(size_t least)
+    {
+        size_t capacity = _capacity < kFirstCapacity ? kFirstCapacity : _capacity * 2;
+        if (capacity < least)
+            capacity = least;
+        void *data = std::realloc(_data, capacity * sizeof(T));
+        if (!data)
+            throw std::bad_alloc(); // as the standard containers report it
+        _data = static_cast<T *>(data);
+        _capacity = capacity;
+        adviseHugePages(_data + _size, (_capacity - _size) * sizeof(T));
+    }
+
+    T *_data = nullptr;
+    size_t _size = 0;
+    size_t _capacity = 0;
+};
+
+} // namespace Vardune::Qel

@@ -1,0 +1,417 @@
+// The import against the plain reading through Qt's own calls (ReferenceObjReader): the same
+// gathered arrays on generated text full of edge cases, and on every corpus file the same
+// builder contents, messages and uploaded GPU data.
+
+#include "GLTestContext.h"
+#include "MessageCapture.h"
+#include "ModelBuilderInspector.h"
+#include "ObjModelReader.h"
+#include "ObjTestFiles.h"
+#include "ObjTextScanner.h"
+#include "ReferenceObjReader.h"
+
+#include <QelGL/GPUModel.h>
+
+#include <QDirIterator>
+#include <QFile>
+#include <QFileInfo>
+#include <QRandomGenerator>
+#include <QRegularExpression>
+#include <QTest>
+
+#include <cstring>
+
+using namespace Vardune::Qel;
+
+namespace {
+
+constexpr int kGeneratedFiles = 21;
+constexpr int kLinesPerFile = 5000;
+
+template<typename Array>
+bool sameBytes(const Array &a, const Array &b)
+{
+    return a.size() == b.size() && (a.size() == 0 || std::memcmp(a.data(), b.data(), a.size() * sizeof(a[0])) == 0);
+}
+
+// The first difference between two gathered files, or null.
+QString meshDifference(const ObjMesh &a, const ObjMesh &b)
+{
+    if (!sameBytes(a.positions, b.positions))
+        return QStringLiteral("positions");
+    if (!sameBytes(a.normals, b.normals))
+        return QStringLiteral("normals");
+    if (!sameBytes(a.texCoords, b.texCoords))
+        return QStringLiteral("texture coordinates");
+    if (a.attributeOrder != b.attributeOrder)
+        return QStringLiteral("attribute order");
+    if (!sameBytes(a.cornerCounts, b.cornerCounts) || !sameBytes(a.faceLines, b.faceLines))
+        return QStringLiteral("faces");
+    if (!sameBytes(a.positionIndices, b.positionIndices) || !sameBytes(a.normalIndices, b.normalIndices)
+        || !sameBytes(a.texCoordIndices, b.texCoordIndices))
+        return QStringLiteral("corner indices");
+    if (a.libraries != b.libraries || a.materialNames != b.materialNames)
+        return QStringLiteral("libraries or material names");
+    if (a.materialUses.size() != b.materialUses.size()
+        || !std::equal(a.materialUses.begin(), a.materialUses.end(), b.materialUses.begin(),
+            [](const ObjMaterialUse &x, const ObjMaterialUse &y) {
+                return x.firstFace == y.firstFace && x.material == y.material && x.libraryCount == y.libraryCount;
+            }))
+        return QStringLiteral("material runs");
+    return QString();
+}
+
+QString scanDifference(const QString &path)
+{
+    ObjMesh reference;
+    if (!Reference::readObjMesh(path, reference))
+        return QStringLiteral("reference did not open the file");
+    QFile file(path);
+    if (!file.open(QIODevice::ReadOnly | QIODevice::Text))
+        return QStringLiteral("file did not open");
+    ObjMesh scanned;
+    scanObjFile(file, QFileInfo(path).dir().absolutePath(), scanned);
+    return meshDifference(scanned, reference);
+}
+
+// Text that mixes every way a line can be spelled.
+class LineGenerator
+{
+public:
+    explicit LineGenerator(quint32 seed)
+        : _random(seed)
+    { }
+
+    QByteArray line()
+    {
+        static const char *const keywords[] = { "v", "vn", "vt", "f", "usemtl", "mtllib", "#", "g", "vp", "V", "v1",
+            "f1", "\xEF\xBB\xBFv", "v\xC2\xA0", "" };
+        const int pick = int(_random.bounded(100));
+        QByteArray text = space(true);
+        if (pick < 25) {
+            text += "v";
+            text += values(3 + int(_random.bounded(2)));
+        } else if (pick < 35) {
+            text += "vn";
+            text += values(3);
+        } else if (pick < 45) {
+            text += "vt";
+            text += values(2 + int(_random.bounded(2)));
+        } else if (pick < 80) {
+            text += "f";
+            const int corners = _random.bounded(50) == 0 ? 2000 : int(_random.bounded(7));
+            for (int c = 0; c < corners; ++c)
+                text += space(false) + corner();
+            if (_random.bounded(10) == 0)
+                text += space(false) + "# note 1/2/3";
+        } else if (pick < 84) {
+            text += "usemtl" + space(false) + name();
+        } else if (pick < 86) {
+            text += "mtllib" + space(false) + name() + ".mtl";
+        } else {
+            text += keywords[_random.bounded(int(std::size(keywords)))];
+            text += values(int(_random.bounded(3)));
+        }
+        if (_random.bounded(200) == 0)
+            text += QByteArray(70000 + int(_random.bounded(1000)), ' ') + "7";
+        return text + space(true) + ending();
+    }
+
+    QByteArray fileStart()
+    {
+        switch (_random.bounded(4)) {
+        case 0:
+            return "\xEF\xBB\xBF";
+        case 1:
+            return "\r";
+        default:
+            return QByteArray();
+        }
+    }
+
+private:
+    QByteArray space(bool mayBeEmpty)
+    {
+        static const char *const spaces[] = { " ", " ", " ", "\t", "\v", "\f", "\r", "  ", " \t ", "\xC2\xA0",
+            "\xE3\x80\x80", "\xC2\x85", "\xE2\x80\x80" };
+        if (mayBeEmpty && _random.bounded(2) == 0)
+            return QByteArray();
+        return spaces[_random.bounded(int(std::size(spaces)))];
+    }
+
+    QByteArray ending()
+    {
+        const int pick = int(_random.bounded(40));
+        return pick == 0 ? "\r" : pick == 1 ? "\r\n" : pick == 2 ? "\n\n" : "\n";
+    }
+
+    QByteArray digits(int count)
+    {
+        QByteArray text;
+        for (int i = 0; i < count; ++i)
+            text += char('0' + _random.bounded(10));
+        return text;
+    }
+
+    QByteArray number()
+    {
+        static const char *const special[] = { "nan", "NaN", "-nan", "inf", "-inf", "+inf", "Inf", "infinity", "1e39",
+            "-1e39", "1e-46", "-1e-46", "1e400", "-1e-400", "3.4028235e38", "3.4028234e38", "1.4e-45", "7e-46",
+            "-7.1e-46", "1e-320", "1e", "1e+", "--1", "+-1", "0x1A", "1,5", "abc", "1.2.3", ".", "-", "+", "1.", ".5",
+            "-.5", "+.5", "007", "-0", "+0", "1\xC2\xA0",
+            "\xC2\xA0"
+            "1",
+            "\xEF\xBC\x91", "\xC3\xA9", "1\xFF", "\xC3", "1\xE2\x80", "1e5\xC2\x85" };
+        const int pick = int(_random.bounded(20));
+        if (pick == 0)
+            return special[_random.bounded(int(std::size(special)))];
+        if (pick == 1)
+            return QByteArray("1\0", 2) + digits(2);
+        QByteArray text;
+        if (_random.bounded(3) == 0)
+            text += _random.bounded(4) == 0 ? "+" : "-";
+        if (pick == 2)
+            text += QByteArray(int(_random.bounded(30)), '0');
+        text += digits(pick == 3 ? 25 + int(_random.bounded(20)) : 1 + int(_random.bounded(8)));
+        if (_random.bounded(3) != 0)
+            text += "." + digits(int(_random.bounded(pick == 4 ? 40 : 9)));
+        if (_random.bounded(5) == 0) {
+            text += _random.bounded(2) == 0 ? "e" : "E";
+            if (_random.bounded(2) == 0)
+                text += _random.bounded(2) == 0 ? "-" : "+";
+            text += digits(1 + int(_random.bounded(3)));
+        }
+        return text;
+    }
+
+    QByteArray values(int count)
+    {
+        QByteArray text;
+        for (int i = 0; i < count; ++i)
+            text += space(false) + number();
+        return text;
+    }
+
+    QByteArray index()
+    {
+        static const char *const special[] = { "0", "-0", "+3", "007", "2147483647", "2147483648", "-2147483648",
+            "-2147483649", "99999999999999999999", "x", "1.0", "1e3", "\xEF\xBC\x91", "3\xC2\xA0", "" };
+        const int pick = int(_random.bounded(30));
+        if (pick == 0)
+            return special[_random.bounded(int(std::size(special)))];
+        if (pick < 6)
+            return "-" + QByteArray::number(1 + _random.bounded(20));
+        return QByteArray::number(1 + _random.bounded(60));
+    }
+
+    QByteArray corner()
+    {
+        switch (_random.bounded(6)) {
+        case 0:
+            return index();
+        case 1:
+            return index() + "/" + index();
+        case 2:
+            return index() + "//" + index();
+        case 3:
+            return index() + "/";
+        case 4:
+            return index() + "/" + index() + "/" + index() + "/" + index();
+        default:
+            return index() + "/" + index() + "/" + index();
+        }
+    }
+
+    QByteArray name()
+    {
+        static const char *const names[] = { "red", "blue",
+            "r\xC3\xA9"
+            "d",
+            "bad\xFF"
+            "name",
+            "\xEF\xBB\xBFred",
+            "a\xC2\xA0"
+            "b",
+            "sub/dir/x", "/abs/y" };
+        return names[_random.bounded(int(std::size(names)))];
+    }
+
+    QRandomGenerator _random;
+};
+
+// The builder state that the upload reads and leaves, in a form that compares exactly.
+QStringList builderState(ModelBuilder &builder)
+{
+    QStringList state;
+    auto bytes = [](const QSharedPointer<ModelDataStream> &stream) {
+        return stream ? QString::fromLatin1(
+                   QByteArray(static_cast<const char *>(stream->data(0)), qsizetype(stream->byteCount())).toHex())
+                      : QStringLiteral("null");
+    };
+    state << bytes(ModelBuilderInspector::verticesPerFace(builder))
+          << ModelBuilderInspector::normalsAttributeName(builder)
+          << bytes(ModelBuilderInspector::triangleIndices(builder));
+    const auto &attributes = ModelBuilderInspector::vertexAttributes(builder);
+    for (auto it = attributes.cbegin(); it != attributes.cend(); ++it) {
+        state << it.key() << QString::number(it->componentsPerVertex) << bytes(it->values) << bytes(it->indices)
+              << bytes(it->gpuValues) << bytes(it->gpuIndices);
+    }
+    const auto &groups = ModelBuilderInspector::materialGroups(builder);
+    for (auto it = groups.cbegin(); it != groups.cend(); ++it)
+        state << it.key() << QString::number(it->id) << bytes(it->faces) << QString::number(it->flags);
+    const auto &commands = ModelBuilderInspector::drawCommands(builder);
+    for (auto it = commands.cbegin(); it != commands.cend(); ++it) {
+        for (const DrawElementsIndirectCommand &command : *it)
+            state << QStringLiteral("%1 %2 %3").arg(command.count).arg(command.firstIndex).arg(it.key());
+        state << ModelBuilderInspector::drawGroupNames(builder).value(it.key());
+    }
+    return state;
+}
+
+// Messages with the builder's address taken out of the statistics line.
+QStringList messageTexts(const MessageCapture &capture)
+{
+    QStringList texts;
+    for (const MessageCapture::Message &message : capture.messages())
+        texts << QString::number(int(message.type)) + message.text.section(u' ', 1);
+    return texts;
+}
+
+struct Import
+{
+    bool ok = false;
+    QString error;
+    QStringList messages;
+    QStringList state;
+};
+
+Import importWith(const QString &path, bool reference)
+{
+    Import result;
+    MessageCapture capture;
+    ModelBuilder builder;
+    if (reference) {
+        ObjMesh mesh;
+        Reference::readObjMesh(path, mesh);
+        result.ok = assembleObjModel(mesh, path, builder, result.error);
+    } else {
+        result.ok = readObjModel(path, builder, result.error);
+    }
+    if (result.ok) {
+        GPUModel model;
+        static const float identity[16] = { 1, 0, 0, 0, 0, 1, 0, 0, 0, 0, 1, 0, 0, 0, 0, 1 };
+        InstanceData instance(QStringLiteral("InstanceInfo"));
+        instance.set(QStringLiteral("ModelMatrix"), identity, sizeof identity);
+        builder.upload(&model, instance, QStringLiteral("va_Vertex"), QString(), 0x88E4, 4);
+    }
+    result.messages = messageTexts(capture);
+    result.state = builderState(builder);
+    return result;
+}
+
+} // namespace
+
+class TestObjDifferential : public QObject
+{
+    Q_OBJECT
+
+private slots:
+    void generatedTextReadsAlike();
+    void textStartsReadAlike_data();
+    void textStartsReadAlike();
+    void corpusImportsAlike_data();
+    void corpusImportsAlike();
+
+private:
+    ObjTestFiles _files;
+    GLTestContext _gl;
+};
+
+void TestObjDifferential::generatedTextReadsAlike()
+{
+    LineGenerator generator(20250611);
+    int lines = 0;
+    for (int f = 0; f < kGeneratedFiles; ++f) {
+        QByteArray text = generator.fileStart();
+        for (int l = 0; l < kLinesPerFile; ++l, ++lines)
+            text += generator.line();
+        if (f % 3 == 0) // no final line end, at times in the middle of a character
+            text += f % 2 == 0 ? "v 1 2 \xC3" : "f 1 2 3";
+        const QString path = _files.write(QStringLiteral("generated%1.obj").arg(f), text);
+        const QString difference = scanDifference(path);
+        QVERIFY2(difference.isNull(), qPrintable(QStringLiteral("file %1: %2").arg(f).arg(difference)));
+    }
+    QVERIFY(lines >= 100000);
+}
+
+void TestObjDifferential::textStartsReadAlike_data()
+{
+    QTest::addColumn<QByteArray>("text");
+    auto utf16 = [](const QString &text, bool bigEndian) {
+        QByteArray bytes = bigEndian ? QByteArray("\xFE\xFF") : QByteArray("\xFF\xFE");
+        for (QChar c : text) {
+            const char high = char(c.unicode() >> 8);
+            const char low = char(c.unicode() & 0xFF);
+            bytes += bigEndian ? QByteArray { high, low } : QByteArray { low, high };
+        }
+        return bytes;
+    };
+    const QString sample = QStringLiteral("v 1 2 3\nv 4 5 6\nvt 0.5 0.5\nf 1/1 2/1 -1/1\n");
+    QTest::newRow("empty") << QByteArray();
+    QTest::newRow("mark only") << QByteArray("\xEF\xBB\xBF");
+    QTest::newRow("UTF-8 mark") << QByteArray("\xEF\xBB\xBF") + sample.toUtf8();
+    QTest::newRow("mark after a carriage return") << QByteArray("\r\xEF\xBB\xBF") + sample.toUtf8();
+    QTest::newRow("mark on the second line") << QByteArray("v 0 0 0\n\xEF\xBB\xBF") + sample.toUtf8();
+    QTest::newRow("UTF-16 little endian") << utf16(sample, false);
+    QTest::newRow("UTF-16 big endian") << utf16(sample, true);
+    QTest::newRow("UTF-32 little endian") << QByteArray("\xFF\xFE\0\0v\0\0\0", 8);
+    QTest::newRow("carriage returns only") << sample.toUtf8().replace('\n', '\r');
+    QTest::newRow("carriage return line ends") << sample.toUtf8().replace("\n", "\r\n");
+    QTest::newRow("carriage return inside a number") << QByteArray("v 1\r5 2 3\nf 1 1 1\n");
+    static const char withNuls[] = "v 1\0 2 3\nf 1\0 1 1\n\0v 1 1 1\n";
+    QTest::newRow("NUL bytes") << QByteArray(withNuls, sizeof withNuls - 1);
+    QTest::newRow("truncated character at the end") << QByteArray("usemtl a\xC3");
+    QTest::newRow("lines longer than a read block")
+        << QByteArray("v ") + QByteArray(3 << 20, ' ') + "1 2 3\nf " + QByteArray(3 << 20, '\t') + "1 1 1\n";
+}
+
+void TestObjDifferential::textStartsReadAlike()
+{
+    QFETCH(QByteArray, text);
+    const QString path = _files.write(QStringLiteral("start.obj"), text);
+    const QString difference = scanDifference(path);
+    QVERIFY2(difference.isNull(), qPrintable(difference));
+}
+
+void TestObjDifferential::corpusImportsAlike_data()
+{
+    QTest::addColumn<QString>("path");
+    const QString corpus = QStringLiteral(QELMODEL_CORPUS_DIR);
+    QDirIterator files(corpus, { QStringLiteral("*.obj") }, QDir::Files, QDirIterator::Subdirectories);
+    while (files.hasNext()) {
+        const QString path = files.next();
+        QTest::newRow(qPrintable(path.mid(corpus.size() + 1))) << path;
+    }
+    if (!QFileInfo::exists(corpus))
+        QTest::newRow("no corpus") << QString();
+}
+
+void TestObjDifferential::corpusImportsAlike()
+{
+    QFETCH(QString, path);
+    if (path.isEmpty())
+        QSKIP("the model corpus is not installed");
+    QEL_REQUIRE_GL(_gl);
+    const QString difference = scanDifference(path);
+    QVERIFY2(difference.isNull(), qPrintable(difference));
+
+    const Import imported = importWith(path, false);
+    const Import reference = importWith(path, true);
+    QCOMPARE(imported.ok, reference.ok);
+    QCOMPARE(imported.error, reference.error);
+    QCOMPARE(imported.messages, reference.messages);
+    QVERIFY(imported.state == reference.state);
+}
+
+QTEST_MAIN(TestObjDifferential)
+#include "tst_objdifferential.moc"

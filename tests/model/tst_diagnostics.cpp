@@ -10,8 +10,8 @@ using namespace Vardune::Qel;
 // executable, started with the environment under test and a scenario name.
 namespace {
 
-const char kExpectedReport[] = "[ModelBuilder.cpp:926] [ !! ] Assertion 'GL_UNSIGNED_INT == _verticesPerFace->type()' "
-                               "failed: Wrong Face type 0x1403, needs to be 0x1405";
+const char kReport[] = "[ModelBuilder.cpp:926] [ !! ] Assertion 'GL_UNSIGNED_INT == _verticesPerFace->type()' "
+                       "failed: Wrong Face type 0x1403, needs to be 0x1405";
 
 int runScenario(const QByteArray &scenario)
 {
@@ -31,6 +31,22 @@ int runScenario(const QByteArray &scenario)
     return 0;
 }
 
+// Standard error of the scenario, run with QEL_ENABLE_LOGGING set to `variable` (unset when null).
+QStringList runChild(const QString &scenario, const QByteArray &variable)
+{
+    QProcess child;
+    QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();
+    environment.remove(QStringLiteral("QEL_ENABLE_LOGGING"));
+    environment.remove(QStringLiteral("QT_MESSAGE_PATTERN"));
+    if (!variable.isNull())
+        environment.insert(QStringLiteral("QEL_ENABLE_LOGGING"), QString::fromUtf8(variable));
+    child.setProcessEnvironment(environment);
+    child.start(QCoreApplication::applicationFilePath(), { QStringLiteral("--scenario"), scenario });
+    if (!child.waitForFinished(30000))
+        return { QStringLiteral("<child did not finish>") };
+    return QString::fromLocal8Bit(child.readAllStandardError()).split(QLatin1Char('\n'), Qt::SkipEmptyParts);
+}
+
 } // namespace
 
 class TestDiagnostics : public QObject
@@ -38,79 +54,43 @@ class TestDiagnostics : public QObject
     Q_OBJECT
 
 private slots:
-    void switchFollowsEnvironment_data();
-    void switchFollowsEnvironment();
-    void switchIsReadOnce();
-    void percentIsEscapedInExpression();
-    void pathWithoutSlashIsShownWhole();
-
-private:
-    static QString runChild(const QString &scenario, const char *variable = nullptr);
+    void reports_data();
+    void reports();
 };
 
-QString TestDiagnostics::runChild(const QString &scenario, const char *variable)
+void TestDiagnostics::reports_data()
 {
-    QProcess child;
-    QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();
-    environment.remove(QStringLiteral("QEL_ENABLE_LOGGING"));
-    environment.remove(QStringLiteral("QT_MESSAGE_PATTERN"));
-    if (variable)
-        environment.insert(QStringLiteral("QEL_ENABLE_LOGGING"), QString::fromUtf8(variable));
-    child.setProcessEnvironment(environment);
-    child.start(QCoreApplication::applicationFilePath(), { QStringLiteral("--scenario"), scenario });
-    if (!child.waitForFinished(30000))
-        return QStringLiteral("<child did not finish>");
-    return QString::fromLocal8Bit(child.readAllStandardError());
+    QTest::addColumn<QString>("scenario");
+    QTest::addColumn<QByteArray>("variable");
+    QTest::addColumn<QStringList>("lines");
+
+    // Only an empty value, the digit 0 and the word false in any letter case switch reports off;
+    // warnings are never gated.
+    const QStringList reported = { kReport, "plain warning" };
+    const QStringList silenced = { "plain warning" };
+    QTest::newRow("unset") << "report" << QByteArray() << reported;
+    QTest::newRow("0") << "report" << QByteArray("0") << silenced;
+    QTest::newRow("FaLsE") << "report" << QByteArray("FaLsE") << silenced;
+    QTest::newRow("empty") << "report" << QByteArray("") << silenced;
+    QTest::newRow("off") << "report" << QByteArray("off") << reported;
+    QTest::newRow("no") << "report" << QByteArray("no") << reported;
+    QTest::newRow("2") << "report" << QByteArray("2") << reported;
+    QTest::newRow("00") << "report" << QByteArray("00") << reported;
+    QTest::newRow("switch read once")
+        << "change-after-first-use" << QByteArray()
+        << QStringList({ "[b.cpp:1] [ !! ] Assertion 'first' failed: 1", "[b.cpp:2] [ !! ] Assertion 'second' failed: 2" });
+    QTest::newRow("percent escaped in expression")
+        << "percent" << QByteArray() << QStringList({ "[File.cpp:7] [ !! ] Assertion 'a \\% b == 100\\%' failed: 50%" });
+    QTest::newRow("path without slash shown whole")
+        << "no-slash" << QByteArray() << QStringList({ "[C:\\src\\File.cpp:3] [ !! ] Assertion 'x' failed: d" });
 }
 
-void TestDiagnostics::switchFollowsEnvironment_data()
+void TestDiagnostics::reports()
 {
-    QTest::addColumn<QByteArray>("value");
-    QTest::addColumn<bool>("unset");
-    QTest::addColumn<bool>("reported");
-    QTest::newRow("unset") << QByteArray() << true << true;
-    QTest::newRow("1") << QByteArray("1") << false << true;
-    QTest::newRow("0") << QByteArray("0") << false << false;
-    QTest::newRow("false") << QByteArray("false") << false << false;
-    QTest::newRow("FaLsE") << QByteArray("FaLsE") << false << false;
-    QTest::newRow("empty") << QByteArray("") << false << false;
-    QTest::newRow("off") << QByteArray("off") << false << true;
-    QTest::newRow("no") << QByteArray("no") << false << true;
-    QTest::newRow("2") << QByteArray("2") << false << true;
-    QTest::newRow("00") << QByteArray("00") << false << true;
-}
-
-void TestDiagnostics::switchFollowsEnvironment()
-{
-    QFETCH(QByteArray, value);
-    QFETCH(bool, unset);
-    QFETCH(bool, reported);
-    const QString output = runChild(QStringLiteral("report"), unset ? nullptr : value.constData());
-    const QStringList lines = output.split(QLatin1Char('\n'), Qt::SkipEmptyParts);
-    QStringList expected;
-    if (reported)
-        expected << QString::fromLatin1(kExpectedReport);
-    expected << QStringLiteral("plain warning"); // warnings are never gated
-    QCOMPARE(lines, expected);
-}
-
-void TestDiagnostics::switchIsReadOnce()
-{
-    const QString output = runChild(QStringLiteral("change-after-first-use"));
-    QCOMPARE(output.split(QLatin1Char('\n'), Qt::SkipEmptyParts),
-             QStringList({ "[b.cpp:1] [ !! ] Assertion 'first' failed: 1", "[b.cpp:2] [ !! ] Assertion 'second' failed: 2" }));
-}
-
-void TestDiagnostics::percentIsEscapedInExpression()
-{
-    QCOMPARE(runChild(QStringLiteral("percent")).trimmed(),
-             QStringLiteral("[File.cpp:7] [ !! ] Assertion 'a \\% b == 100\\%' failed: 50%"));
-}
-
-void TestDiagnostics::pathWithoutSlashIsShownWhole()
-{
-    QCOMPARE(runChild(QStringLiteral("no-slash")).trimmed(),
-             QStringLiteral("[C:\\src\\File.cpp:3] [ !! ] Assertion 'x' failed: d"));
+    QFETCH(QString, scenario);
+    QFETCH(QByteArray, variable);
+    QFETCH(QStringList, lines);
+    QCOMPARE(runChild(scenario, variable), lines);
 }
 
 int main(int argc, char **argv)

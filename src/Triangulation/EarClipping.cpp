@@ -3,13 +3,13 @@
 // faces that meshes are made of. Triangles and quadrilaterals take fixed patterns.
 //
 // The ear to cut comes from a priority queue (EarQueue) rather than a scan of the ring, and from
-// kGridThreshold corners on the blocking test asks a uniform grid (CornerGrid) for the corners near
-// the ear rather than testing them all; both give exactly the scans' answers. So a polygon of
-// well-spread points costs O(n log n) instead of O(n²). Points the grid cannot bound (NaN,
+// kTreeThreshold corners on the blocking test asks a k-d tree (CornerTree) for the corners near the
+// ear rather than testing them all; both give exactly the scans' answers. So a polygon of
+// well-spread points costs about O(n log n) instead of O(n²). Points the tree cannot bound (NaN,
 // infinite or huge coordinates) keep the full scan in every ear test. The ring, the queue and the
-// grid live in per-thread buffers that keep their capacity.
+// tree live in per-thread buffers that keep their capacity.
 
-#include "CornerGrid.h"
+#include "CornerTree.h"
 #include "EarQueue.h"
 #include "PolygonTriangulation.h"
 
@@ -21,8 +21,8 @@ namespace Vardune::Qel {
 
 namespace {
 
-// Below this many corners testing every corner is as fast as building and asking a grid.
-constexpr int kGridThreshold = 64;
+// Below this many corners testing every corner is as fast as building and asking a tree.
+constexpr int kTreeThreshold = 64;
 
 int writeTriangle(int *corners, int written, int a, int b, int c)
 {
@@ -36,7 +36,7 @@ int clipEars(int count, const Vector2f *points, bool reversed, int *corners)
 {
     thread_local std::vector<EarVertex> ringBuffer;
     thread_local EarQueue queue;
-    thread_local CornerGrid gridBuffer;
+    thread_local CornerTree treeBuffer;
     ringBuffer.resize(count);
     EarVertex *ring = ringBuffer.data();
     for (int k = 0; k < count; ++k) {
@@ -45,10 +45,10 @@ int clipEars(int count, const Vector2f *points, bool reversed, int *corners)
         // Walking a clockwise polygon backwards makes the ring counter-clockwise.
         ring[k] = { reversed ? prev : next, reversed ? next : prev, 0.0f, 0.0f, true, false };
     }
-    CornerGrid *grid = count >= kGridThreshold && gridBuffer.build(count, points) ? &gridBuffer : nullptr;
+    CornerTree *tree = count >= kTreeThreshold && treeBuffer.build(count, points) ? &treeBuffer : nullptr;
     queue.reset(count);
     for (int k = 0; k < count; ++k) {
-        UpdateEarState(k, count, points, ring, grid);
+        UpdateEarState(k, count, points, ring, tree);
         queue.update(k, ring);
     }
 
@@ -65,11 +65,11 @@ int clipEars(int count, const Vector2f *points, bool reversed, int *corners)
         ring[prev].next = next;
         ring[next].prev = prev;
         ring[ear].active = false;
-        if (grid)
-            grid->remove(ear);
-        UpdateEarState(prev, count, points, ring, grid);
+        if (tree)
+            tree->remove(ear);
+        UpdateEarState(prev, count, points, ring, tree);
         queue.update(prev, ring);
-        UpdateEarState(next, count, points, ring, grid);
+        UpdateEarState(next, count, points, ring, tree);
         queue.update(next, ring);
     }
 

@@ -1,10 +1,10 @@
 // The ear test of one corner: convex (a positive cross product of the unit directions to its
-// neighbours) and no other active corner inside its triangle or on the border. Without a grid the
-// blocking test scans every corner, O(n); with one it tests only the corners in the cells that
-// can hold a blocker, O(1) on average for well-spread points, falling back to the scan for
-// triangles too thin to bound. The per-corner test is the same either way, so is the answer.
+// neighbours) and no other active corner inside its triangle or on the border. Without a tree the
+// blocking test scans every corner, O(n); with one it tests only the corners that the tree finds
+// near the triangle, about O(log n) for well-spread points. The per-corner test is the same either
+// way, and so is the answer.
 
-#include "CornerGrid.h"
+#include "CornerTree.h"
 #include "PolygonTriangulation.h"
 
 namespace Vardune::Qel {
@@ -64,24 +64,9 @@ bool blockedByScan(const EarTriangle &ear, int i, int count, const Vector2f *poi
     return false;
 }
 
-// The grid holds active corners only.
-bool blockedInCells(const EarTriangle &ear, int i, const CellRange &cells, const CornerGrid &grid,
-    const Vector2f *points, const EarVertex *ring)
-{
-    for (int y = cells.y0; y <= cells.y1; ++y) {
-        for (int x = cells.x0; x <= cells.x1; ++x) {
-            for (const int *k = grid.cornersBegin(x, y), *end = grid.cornersEnd(x, y); k != end; ++k) {
-                if (*k != i && *k != ring[i].prev && *k != ring[i].next && ear.blocks(points[*k]))
-                    return true;
-            }
-        }
-    }
-    return false;
-}
-
 } // namespace
 
-void UpdateEarState(int i, int count, const Vector2f *points, EarVertex *ring, const CornerGrid *grid)
+void UpdateEarState(int i, int count, const Vector2f *points, EarVertex *ring, const CornerTree *tree)
 {
     EarVertex &vertex = ring[i];
     const Vector2f corner = points[i];
@@ -98,9 +83,13 @@ void UpdateEarState(int i, int count, const Vector2f *points, EarVertex *ring, c
 
     const EarTriangle ear { corner, nextCorner, prevCorner, toNext, normalized(difference(prevCorner, nextCorner)),
         normalized(difference(corner, prevCorner)) };
-    CellRange cells;
-    if (grid && grid->cellsAround(corner, nextCorner, prevCorner, cells))
-        vertex.isEar = !blockedInCells(ear, i, cells, *grid, points, ring);
+    if (tree) {
+        // The tree holds the active corners only.
+        const EarTriangleEdges edges { { corner, nextCorner, prevCorner }, { ear.edge0, ear.edge1, ear.edge2 } };
+        vertex.isEar = !tree->anyCornerWithin(edges, [&](int k) {
+            return k != i && k != vertex.prev && k != vertex.next && ear.blocks(points[k]);
+        });
+    }
     else
         vertex.isEar = !blockedByScan(ear, i, count, points, ring);
 }

@@ -9,7 +9,7 @@
 
 namespace Vardune::Qel {
 
-class CornerGrid;
+class CornerTree;
 
 // One corner of the ring that ear clipping walks. `next` and `prev` are corner numbers in walking
 // order, which runs counter-clockwise in the plane; `cross` and `cosAngle` compare the unit
@@ -40,8 +40,8 @@ void ProjectPolygonToPlane(
 int TriangulatePolygon2D(int count, const Vector2f *points, bool reversed, int *corners);
 
 // Recomputes `cross`, `cosAngle` and `isEar` of ring[i] from its present neighbours. The blocking
-// test looks at every active corner when `grid` is null, else (built over the same points, cut
-// corners removed) only at those in the cells around the ear, with the same result.
-void UpdateEarState(int i, int count, const Vector2f *points, EarVertex *ring, const CornerGrid *grid);
+// test looks at every active corner when `tree` is null, else (built over the same points, cut
+// corners removed) only at those it finds near the ear, with the same result.
+void UpdateEarState(int i, int count, const Vector2f *points, EarVertex *ring, const CornerTree *tree);
 
 } // namespace Vardune::Qel

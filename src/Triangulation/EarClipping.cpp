@@ -2,8 +2,8 @@
 // interior angle at each step keeps slivers out of the result for the convex and mildly concave
 // faces that meshes are made of. Triangles and quadrilaterals take fixed patterns.
 //
-// The ear to cut comes from a priority queue (EarQueue) rather than a scan of the ring, and from
-// kTreeThreshold corners on the blocking test asks a k-d tree (CornerTree) for the corners near the
+// From kTreeThreshold corners on, the ear to cut comes from a priority queue (EarQueue) rather than
+// a scan of the ring, and the blocking test asks a k-d tree (CornerTree) for the corners near the
 // ear rather than testing them all; both give exactly the scans' answers. So a polygon of
 // well-spread points costs about O(n log n) instead of O(n²). Points the tree cannot bound (NaN,
 // infinite or huge coordinates) keep the full scan in every ear test. The ring, the queue and the
@@ -21,8 +21,21 @@ namespace Vardune::Qel {
 
 namespace {
 
-// Below this many corners testing every corner is as fast as building and asking a tree.
+// Below this many corners scanning every corner, both to choose the ear and to test it, is faster
+// than keeping a queue and a tree.
 constexpr int kTreeThreshold = 64;
+
+// The scan the queue stands in for in large polygons: the first ear found, replaced only by a
+// strictly sharper one.
+int chooseSharpestEar(int count, const EarVertex *ring)
+{
+    int chosen = -1;
+    for (int k = 0; k < count; ++k) {
+        if (ring[k].active && ring[k].isEar && (chosen < 0 || ring[k].cosAngle > ring[chosen].cosAngle))
+            chosen = k;
+    }
+    return chosen;
+}
 
 int writeTriangle(int *corners, int written, int a, int b, int c)
 {
@@ -45,16 +58,22 @@ int clipEars(int count, const Vector2f *points, bool reversed, int *corners)
         // Walking a clockwise polygon backwards makes the ring counter-clockwise.
         ring[k] = { reversed ? prev : next, reversed ? next : prev, 0.0f, 0.0f, true, false };
     }
-    CornerTree *tree = count >= kTreeThreshold && treeBuffer.build(count, points) ? &treeBuffer : nullptr;
-    queue.reset(count);
-    for (int k = 0; k < count; ++k) {
+    const bool large = count >= kTreeThreshold;
+    CornerTree *tree = large && treeBuffer.build(count, points) ? &treeBuffer : nullptr;
+    EarQueue *ears = large ? &queue : nullptr;
+    if (ears)
+        ears->reset(count);
+    const auto update = [&](int k) {
         UpdateEarState(k, count, points, ring, tree);
-        queue.update(k, ring);
-    }
+        if (ears)
+            ears->update(k, ring);
+    };
+    for (int k = 0; k < count; ++k)
+        update(k);
 
     int written = 0;
     for (int remaining = count; remaining > 3; --remaining) {
-        const int ear = queue.sharpestEar(ring);
+        const int ear = ears ? ears->sharpestEar(ring) : chooseSharpestEar(count, ring);
         if (ear < 0) {
             QMessageLogger(nullptr, 0, nullptr).warning("Unable to triangulate polygon.");
             return 0;
@@ -67,10 +86,8 @@ int clipEars(int count, const Vector2f *points, bool reversed, int *corners)
         ring[ear].active = false;
         if (tree)
             tree->remove(ear);
-        UpdateEarState(prev, count, points, ring, tree);
-        queue.update(prev, ring);
-        UpdateEarState(next, count, points, ring, tree);
-        queue.update(next, ring);
+        update(prev);
+        update(next);
     }
 
     // The last three corners form the last triangle whatever their shape.

@@ -5,7 +5,8 @@
 # of real-world files exists next to the project, the files of its kind found there (linked into
 # the work folder, never copied into the project). The growing corpus, the log and any crashing
 # input go to $CAMPAIGN_DIR/TARGET (default /tmp/qelmodel-campaign). The OpenGL targets run
-# under xvfb-run.
+# under xvfb-run. $FUZZ_OPTIONS, if set, is added to libFuzzer's options (for example
+# "-fork=1 -ignore_ooms=1" for fuzz_texture, whose texture cache grows with every input).
 set -eu
 cd "$(dirname "$0")/.."
 build=$1
@@ -50,7 +51,7 @@ for target in "$@"; do
     esac
     # shellcheck disable=SC2086
     $launcher "$build/fuzz/$target" -max_total_time="$seconds" -timeout=10 -rss_limit_mb=2048 -print_final_stats=1 \
-        $options -artifact_prefix="$work/$target/artifacts/" \
+        $options ${FUZZ_OPTIONS:-} -artifact_prefix="$work/$target/artifacts/" \
         "$work/$target/corpus" "fuzz/seeds/$target" "fuzz/reproducers/$target" "$work/$target/shared" \
         >"$work/$target/log" 2>&1 || echo "$target stopped early: see $work/$target/log"
     tail -n 12 "$work/$target/log" | grep -E "^(#[0-9]+.*DONE|stat::)" || true

@@ -54,8 +54,8 @@ void initialize(int *argc, char ***argv, bool needsOpenGL)
     // context storage must be made first to be destroyed after them.
     QOpenGLContext::currentContext();
     // Kept for the whole process. Only OpenGL needs a display, so only the OpenGL targets ask for one.
-    static QCoreApplication *application =
-        needsOpenGL ? new QGuiApplication(*argc, *argv) : new QCoreApplication(*argc, *argv);
+    static QCoreApplication *application
+        = needsOpenGL ? new QGuiApplication(*argc, *argv) : new QCoreApplication(*argc, *argv);
     Q_UNUSED(application);
     qInstallMessageHandler(dropMessage);
     if (!temporaryFolder().isValid()) {

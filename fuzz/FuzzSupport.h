@@ -12,9 +12,9 @@
 namespace FuzzSupport {
 
 // Makes the application (a QGuiApplication with `needsOpenGL`, with an OpenGL 4.5 core context that
-// stays current for the whole process, else a QCoreApplication); aborts when none can be made, since the target would then test
-// nothing. Qt's messages are dropped: bad input provokes warnings by design, and printing them
-// would slow the campaign down.
+// stays current for the whole process, else a QCoreApplication); aborts when none can be made, since the target would
+// then test nothing. Qt's messages are dropped: bad input provokes warnings by design, and printing them would slow the
+// campaign down.
 void initialize(int *argc, char ***argv, bool needsOpenGL);
 
 // Writes the bytes to `name` in a temporary folder that lives as long as the process, replacing
@@ -25,7 +25,10 @@ QString writeFile(const QString &name, const char *data, size_t size);
 class ByteReader
 {
 public:
-    ByteReader(const uint8_t *data, size_t size) : _data(data), _size(size) { }
+    ByteReader(const uint8_t *data, size_t size)
+        : _data(data)
+        , _size(size)
+    { }
 
     bool atEnd() const { return _position >= _size; }
     uint8_t byte() { return atEnd() ? 0 : _data[_position++]; }

@@ -110,7 +110,8 @@ void apply(ModelBuilder &builder, Operation operation, FuzzSupport::ByteReader &
     case Operation::AddIndices:
     case Operation::AddCounts:
     case Operation::AddFaces: {
-        const QString &name = operation == Operation::AddFaces ? pick(input, kGroupNames) : pick(input, kAttributeNames);
+        const QString &name
+            = operation == Operation::AddFaces ? pick(input, kGroupNames) : pick(input, kAttributeNames);
         numbers.resize(input.byte() % 32);
         for (unsigned int &n : numbers)
             n = number(input);

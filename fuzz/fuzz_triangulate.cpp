@@ -126,7 +126,8 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size)
     // The same numbers as a triangle list over 2D points: every index names a point.
     const std::vector<unsigned int> triangleList(indices.begin(), indices.begin() + count);
     const int degenerate = FindDegenerateTriangle(count, triangleList.data(), positions.data(), degenerateStart);
-    if (degenerate != -1 && (degenerate < degenerateStart || degenerate + 3 > count || (degenerate - degenerateStart) % 3))
+    if (degenerate != -1
+        && (degenerate < degenerateStart || degenerate + 3 > count || (degenerate - degenerateStart) % 3))
         fail("FindDegenerateTriangle returned an offset outside the scanned triangles", count);
     return 0;
 }

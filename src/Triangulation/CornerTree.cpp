@@ -54,9 +54,8 @@ bool CornerTree::build(int count, const Vector2f *points)
 int CornerTree::buildNode(int first, int end, int parent, const Vector2f *points)
 {
     const int index = int(_nodes.size());
-    Node node { points[_corners[size_t(first)]].x, points[_corners[size_t(first)]].y,
-        points[_corners[size_t(first)]].x, points[_corners[size_t(first)]].y, first, end, -1, -1, parent,
-        end - first };
+    Node node { points[_corners[size_t(first)]].x, points[_corners[size_t(first)]].y, points[_corners[size_t(first)]].x,
+        points[_corners[size_t(first)]].y, first, end, -1, -1, parent, end - first };
     for (int slot = first; slot < end; ++slot) {
         const Vector2f p = points[_corners[size_t(slot)]];
         node.minX = std::min(node.minX, p.x);
@@ -74,9 +73,8 @@ int CornerTree::buildNode(int first, int end, int parent, const Vector2f *points
     }
     const bool alongX = double(node.maxX) - node.minX >= double(node.maxY) - node.minY;
     const int middle = first + (end - first) / 2;
-    std::nth_element(_corners.begin() + first, _corners.begin() + middle, _corners.begin() + end, [&](int a, int b) {
-        return alongX ? points[a].x < points[b].x : points[a].y < points[b].y;
-    });
+    std::nth_element(_corners.begin() + first, _corners.begin() + middle, _corners.begin() + end,
+        [&](int a, int b) { return alongX ? points[a].x < points[b].x : points[a].y < points[b].y; });
     const int left = buildNode(first, middle, index, points);
     const int right = buildNode(middle, end, index, points);
     _nodes[size_t(index)].left = left;
@@ -118,8 +116,8 @@ bool CornerTree::mayPass(const Node &node, const EarTriangleEdges &ear)
     double x[8] = { node.minX, node.maxX, node.maxX, node.minX };
     double y[8] = { node.minY, node.minY, node.maxY, node.maxY };
     int size = 4;
-    const double slack = slackFor(ear, std::max({ std::abs(node.minX), std::abs(node.maxX), std::abs(node.minY),
-        std::abs(node.maxY) }));
+    const double slack = slackFor(
+        ear, std::max({ std::abs(node.minX), std::abs(node.maxX), std::abs(node.minY), std::abs(node.maxY) }));
     for (int j = 0; j < 3 && size > 0; ++j) {
         const double cx = ear.corners[j].x, cy = ear.corners[j].y;
         const double nearX = std::max({ node.minX - cx, 0.0, cx - node.maxX });

@@ -16,7 +16,7 @@ namespace Vardune::Qel {
 
 namespace {
 
-struct Blunter
+struct LessSharp
 {
     template<typename Entry>
     bool operator()(const Entry &a, const Entry &b) const
@@ -40,7 +40,7 @@ void EarQueue::update(int corner, const EarVertex *ring)
     if (!ring[corner].isEar)
         return;
     _heap.push_back({ ring[corner].cosAngle, corner, stamp });
-    std::push_heap(_heap.begin(), _heap.end(), Blunter());
+    std::push_heap(_heap.begin(), _heap.end(), LessSharp());
 }
 
 int EarQueue::sharpestEar(const EarVertex *ring)
@@ -50,7 +50,7 @@ int EarQueue::sharpestEar(const EarVertex *ring)
         const EarVertex &vertex = ring[top.corner];
         if (top.stamp == _stamps[size_t(top.corner)] && vertex.active && vertex.isEar)
             return top.corner;
-        std::pop_heap(_heap.begin(), _heap.end(), Blunter());
+        std::pop_heap(_heap.begin(), _heap.end(), LessSharp());
         _heap.pop_back();
     }
     return -1;

@@ -86,11 +86,9 @@ void UpdateEarState(int i, int count, const Vector2f *points, EarVertex *ring, c
     if (tree) {
         // The tree holds the active corners only.
         const EarTriangleEdges edges { { corner, nextCorner, prevCorner }, { ear.edge0, ear.edge1, ear.edge2 } };
-        vertex.isEar = !tree->anyCornerWithin(edges, [&](int k) {
-            return k != i && k != vertex.prev && k != vertex.next && ear.blocks(points[k]);
-        });
-    }
-    else
+        vertex.isEar = !tree->anyCornerWithin(
+            edges, [&](int k) { return k != i && k != vertex.prev && k != vertex.next && ear.blocks(points[k]); });
+    } else
         vertex.isEar = !blockedByScan(ear, i, count, points, ring);
 }
 

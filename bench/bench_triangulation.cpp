@@ -3,7 +3,11 @@
 // that model upload uses: normal computed from the polygon, 32-bit output, appended face after face
 // to one list. Also counts operator new calls during the timed runs, which should stay at zero.
 // Times are the thread's CPU time, which stays meaningful on a machine shared with other work.
+// "bounded" times single polygons of up to 100,000 corners against the plain quadratic reference
+// kept with the tests (that one up to 10,000 corners, or 100,000 with "bounded-all").
 
+#include "PlainEarClipping.h"
+#include "PolygonTriangulation.h"
 #include "Triangulate3D.h"
 
 #include <QList>
@@ -167,12 +171,57 @@ void reportThroughput(const char *name, const FaceSet &set)
         set.cornerCounts.size(), seconds * 1e3, set.cornerCounts.size() / seconds * 1e-6, allocations);
 }
 
+// The 2D ear clipping alone, library and plain reference, on the polygon's projected points.
+double clippingSeconds(const FaceSet &set, bool plain)
+{
+    using namespace Vardune::Qel;
+    const int count = set.cornerCounts.front();
+    std::vector<Vector2f> points(static_cast<size_t>(count));
+    ProjectPolygonToPlane(ComputePolygonNormal(count, set.indices.data(), set.positions.data()), count,
+        set.indices.data(), set.positions.data(), points.data());
+    std::vector<int> corners(3 * static_cast<size_t>(count));
+    const double start = threadSeconds();
+    const int written = plain ? Plain::TriangulatePolygon2D(count, points.data(), false, corners.data())
+                              : TriangulatePolygon2D(count, points.data(), false, corners.data());
+    const double seconds = threadSeconds() - start;
+    if (written != 3 * (count - 2))
+        std::printf("  warning: %d entries expected, %d written\n", 3 * (count - 2), written);
+    return seconds;
+}
+
+void reportBounded(bool plainEverywhere)
+{
+    std::printf("Single polygons, thread CPU time of one run: whole Triangulate3D call, then the ear clipping "
+                "alone,\nlibrary and plain reference (quadratic; skipped above 10,000 corners unless bounded-all)\n");
+    for (const bool concave : { false, true }) {
+        for (const int corners : { 100, 1000, 10000, 100000 }) {
+            const FaceSet set = makeSinglePolygon(corners, concave);
+            long long allocations = 0;
+            const double whole = triangulateAll(set, &allocations);
+            const double fast = clippingSeconds(set, false);
+            const bool plainRun = plainEverywhere || corners <= 10000;
+            const double plain = plainRun ? clippingSeconds(set, true) : 0.0;
+            std::printf("%-8s %7d corners  Triangulate3D %10.3f ms  clipping %10.3f ms  plain clipping ",
+                concave ? "concave" : "convex", corners, whole * 1e3, fast * 1e3);
+            if (plainRun)
+                std::printf("%12.3f ms\n", plain * 1e3);
+            else
+                std::printf("%12s\n", "-");
+        }
+    }
+}
+
 } // namespace
 
-// Optional argument: "faces" or "single" to run one half only.
+// Optional argument: "faces" or "single" to run one half only, "bounded" or "bounded-all" for the
+// comparison of single large polygons with the plain reference.
 int main(int argc, char **argv)
 {
     const std::string only = argc > 1 ? argv[1] : "";
+    if (only == "bounded" || only == "bounded-all") {
+        reportBounded(only == "bounded-all");
+        return 0;
+    }
     if (only != "single") {
         std::mt19937 random(12345);
         std::printf("Triangulate3D, computed normal, 32-bit output, thread CPU time, median of %d runs\n", kRuns);

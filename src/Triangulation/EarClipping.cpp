@@ -1,10 +1,16 @@
 // Ear clipping of a simple polygon in 2D, sharpest ear first. Cutting the corner with the smallest
 // interior angle at each step keeps slivers out of the result for the convex and mildly concave
-// faces that meshes are made of. Triangles and quadrilaterals take fixed patterns. Every step
-// scans the whole ring to choose an ear, and every ear test scans it for blocking corners, so the
-// cost is quadratic in the corner count; no spatial index is used because mesh faces are small.
-// The ring for five or more corners lives in a per-thread buffer that keeps its capacity.
+// faces that meshes are made of. Triangles and quadrilaterals take fixed patterns.
+//
+// From kTreeThreshold corners on, the ear to cut comes from a priority queue (EarQueue) rather than
+// a scan of the ring, and the blocking test asks a k-d tree (CornerTree) for the corners near the
+// ear rather than testing them all; both give exactly the scans' answers. So a polygon of
+// well-spread points costs about O(n log n) instead of O(n²). Points the tree cannot bound (NaN,
+// infinite or huge coordinates) keep the full scan in every ear test. The ring, the queue and the
+// tree live in per-thread buffers that keep their capacity.
 
+#include "CornerTree.h"
+#include "EarQueue.h"
 #include "PolygonTriangulation.h"
 
 #include <QMessageLogger>
@@ -15,36 +21,12 @@ namespace Vardune::Qel {
 
 namespace {
 
-Vector2f difference(Vector2f a, Vector2f b)
-{
-    return { a.x - b.x, a.y - b.y };
-}
+// Below this many corners scanning every corner, both to choose the ear and to test it, is faster
+// than keeping a queue and a tree.
+constexpr int kTreeThreshold = 64;
 
-float cross(Vector2f a, Vector2f b)
-{
-    return a.x * b.y - a.y * b.x;
-}
-
-float dot(Vector2f a, Vector2f b)
-{
-    return a.x * b.x + a.y * b.y;
-}
-
-bool operator==(Vector2f a, Vector2f b)
-{
-    return a.x == b.x && a.y == b.y;
-}
-
-// Whether `point` lies inside the triangle corner0 → corner1 → corner2 or on its border, compared through unit
-// directions so that the signs measure angles, not areas. A NaN compares false and blocks nothing.
-bool isInsideEar(Vector2f point, Vector2f corner0, Vector2f corner1, Vector2f corner2, Vector2f edge0, Vector2f edge1,
-    Vector2f edge2)
-{
-    return cross(edge0, normalized(difference(point, corner0))) >= 0.0f
-        && cross(edge1, normalized(difference(point, corner1))) >= 0.0f
-        && cross(edge2, normalized(difference(point, corner2))) >= 0.0f;
-}
-
+// The scan the queue stands in for in large polygons: the first ear found, replaced only by a
+// strictly sharper one.
 int chooseSharpestEar(int count, const EarVertex *ring)
 {
     int chosen = -1;
@@ -66,6 +48,8 @@ int writeTriangle(int *corners, int written, int a, int b, int c)
 int clipEars(int count, const Vector2f *points, bool reversed, int *corners)
 {
     thread_local std::vector<EarVertex> ringBuffer;
+    thread_local EarQueue queue;
+    thread_local CornerTree treeBuffer;
     ringBuffer.resize(count);
     EarVertex *ring = ringBuffer.data();
     for (int k = 0; k < count; ++k) {
@@ -74,12 +58,22 @@ int clipEars(int count, const Vector2f *points, bool reversed, int *corners)
         // Walking a clockwise polygon backwards makes the ring counter-clockwise.
         ring[k] = { reversed ? prev : next, reversed ? next : prev, 0.0f, 0.0f, true, false };
     }
+    const bool large = count >= kTreeThreshold;
+    CornerTree *tree = large && treeBuffer.build(count, points) ? &treeBuffer : nullptr;
+    EarQueue *ears = large ? &queue : nullptr;
+    if (ears)
+        ears->reset(count);
+    const auto update = [&](int k) {
+        UpdateEarState(k, count, points, ring, tree);
+        if (ears)
+            ears->update(k, ring);
+    };
     for (int k = 0; k < count; ++k)
-        UpdateEarState(k, count, points, ring);
+        update(k);
 
     int written = 0;
     for (int remaining = count; remaining > 3; --remaining) {
-        const int ear = chooseSharpestEar(count, ring);
+        const int ear = ears ? ears->sharpestEar(ring) : chooseSharpestEar(count, ring);
         if (ear < 0) {
             QMessageLogger(nullptr, 0, nullptr).warning("Unable to triangulate polygon.");
             return 0;
@@ -90,8 +84,10 @@ int clipEars(int count, const Vector2f *points, bool reversed, int *corners)
         ring[prev].next = next;
         ring[next].prev = prev;
         ring[ear].active = false;
-        UpdateEarState(prev, count, points, ring);
-        UpdateEarState(next, count, points, ring);
+        if (tree)
+            tree->remove(ear);
+        update(prev);
+        update(next);
     }
 
     // The last three corners form the last triangle whatever their shape.
@@ -102,41 +98,6 @@ int clipEars(int count, const Vector2f *points, bool reversed, int *corners)
 }
 
 } // namespace
-
-void UpdateEarState(int i, int count, const Vector2f *points, EarVertex *ring)
-{
-    EarVertex &vertex = ring[i];
-    const int nx = vertex.next;
-    const int pv = vertex.prev;
-    const Vector2f corner = points[i];
-    const Vector2f nextCorner = points[nx];
-    const Vector2f prevCorner = points[pv];
-
-    const Vector2f toNext = normalized(difference(nextCorner, corner));
-    const Vector2f toPrev = normalized(difference(prevCorner, corner));
-    vertex.cross = cross(toNext, toPrev);
-    vertex.cosAngle = dot(toNext, toPrev);
-    vertex.isEar = vertex.cross > 0.0f;
-    if (!vertex.isEar)
-        return;
-
-    const Vector2f edge0 = toNext;
-    const Vector2f edge1 = normalized(difference(prevCorner, nextCorner));
-    const Vector2f edge2 = normalized(difference(corner, prevCorner));
-    for (int k = 0; k < count; ++k) {
-        if (k == i || k == pv || k == nx || !ring[k].active)
-            continue;
-        const Vector2f point = points[k];
-        // A corner repeating a triangle corner's position, as where an outline runs to a hole and
-        // back along one edge, must not block the ear.
-        if (point == corner || point == nextCorner || point == prevCorner)
-            continue;
-        if (isInsideEar(point, corner, nextCorner, prevCorner, edge0, edge1, edge2)) {
-            vertex.isEar = false;
-            return;
-        }
-    }
-}
 
 int TriangulatePolygon2D(int count, const Vector2f *points, bool reversed, int *corners)
 {

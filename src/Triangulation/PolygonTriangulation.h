@@ -9,6 +9,8 @@
 
 namespace Vardune::Qel {
 
+class CornerTree;
+
 // One corner of the ring that ear clipping walks. `next` and `prev` are corner numbers in walking
 // order, which runs counter-clockwise in the plane; `cross` and `cosAngle` compare the unit
 // directions from this corner to `next` and to `prev`.
@@ -34,9 +36,12 @@ void ProjectPolygonToPlane(
 // Cuts the polygon into triangles of corner numbers, written to `corners` (room for 3 × (count − 2)
 // entries), and returns how many were written: 3 × (count − 2), or 0 after a warning when count < 3
 // (nothing is read then) or when no ear is left. `reversed` says that the points run clockwise.
+// Sharpest ear first, ties to the lowest corner number; O(n log n) for well-spread points.
 int TriangulatePolygon2D(int count, const Vector2f *points, bool reversed, int *corners);
 
-// Recomputes `cross`, `cosAngle` and `isEar` of ring[i] from its present neighbours.
-void UpdateEarState(int i, int count, const Vector2f *points, EarVertex *ring);
+// Recomputes `cross`, `cosAngle` and `isEar` of ring[i] from its present neighbours. The blocking
+// test looks at every active corner when `tree` is null, else (built over the same points, cut
+// corners removed) only at those it finds near the ear, with the same result.
+void UpdateEarState(int i, int count, const Vector2f *points, EarVertex *ring, const CornerTree *tree);
 
 } // namespace Vardune::Qel

@@ -15,7 +15,7 @@ namespace Vardune::Qel {
 // triangles of a simple polygon come out counter-clockwise as seen from the side into which the
 // normal points, whatever the winding of the input. Triangles take the corners in order (or 0, 2,
 // 1 when clockwise); quadrilaterals are always split between corners 1 and 3; larger polygons are
-// cut by ear clipping, sharpest ear first, in time quadratic in the corner count.
+// cut by ear clipping, sharpest ear first, in about n log n time for polygons of well-spread corners.
 //
 // On failure nothing is appended and a warning is written: "Cannot triangulate a polygon with
 // fewer than 3 vertices" (with count <= 0 no index or position is read), or "Unable to

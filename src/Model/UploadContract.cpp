@@ -57,6 +57,13 @@ QString ModelBuilder::uploadContractViolation(const QString &positionAttributeNa
                 continue; // generated normals of an earlier preparation, made again below
             return QStringLiteral("attribute '%1' holds no values").arg(it.key());
         }
+        // GPU streams of an earlier preparation are reused as they are; they must still match.
+        if (attribute.gpuIndices && attribute.gpuIndices->size() != cornerTotal)
+            return QStringLiteral("attribute '%1' was prepared for %2 face corners, the builder now has %3; clear() "
+                                  "the builder and feed it again")
+                .arg(it.key())
+                .arg(attribute.gpuIndices->size())
+                .arg(cornerTotal);
         if (!attribute.indices || attribute.indices->type() != GLType::UnsignedInt)
             return QStringLiteral("attribute '%1' must have GL_UNSIGNED_INT indices").arg(it.key());
         if (attribute.indices->size() != cornerTotal)

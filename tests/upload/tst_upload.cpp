@@ -410,6 +410,10 @@ void TestUpload::contractViolationsAreRefused_data()
     QTest::newRow("added after upload") << "added after upload"
                                         << "upload refused: attribute 'va_Color' was created after the first upload; "
                                            "clear() the builder and feed it again";
+    // A first upload that drew nothing leaves the builder to prepare again, over its old GPU streams.
+    QTest::newRow("grown after upload") << "grown after upload"
+                                        << "upload refused: attribute '%1' was prepared for 24 face corners, the "
+                                           "builder now has 27; clear() the builder and feed it again";
 }
 
 void TestUpload::contractViolationsAreRefused()
@@ -433,6 +437,24 @@ void TestUpload::contractViolationsAreRefused()
         builder.addFacesToMaterialGroup(QStringLiteral("caps"), 1, &face, QStringLiteral("lid"));
     } else if (breach == QLatin1String("position components")) {
         position = QStringLiteral("va_TexCoord");
+    } else if (breach == QLatin1String("grown after upload")) {
+        builder.createMaterialGroup(QStringLiteral("sides"), colour(1, 0, 0), -1, 0);
+        builder.createMaterialGroup(QStringLiteral("caps"), colour(0, 0, 1), -1, 0);
+        builder.generateNormals(QStringLiteral("va_Normal"));
+        GPUModel first;
+        upload(builder, &first);
+        QCOMPARE(first.drawCount(), 0);
+        const unsigned int three = 3, corners[3] = { 0, 1, 2 }, face = 6;
+        builder.addVertexCountsToFaces(1, &three);
+        builder.addIndicesToVertexAttribute(QStringLiteral("va_Vertex"), 3, corners);
+        builder.addIndicesToVertexAttribute(QStringLiteral("va_TexCoord"), 3, corners);
+        builder.addFacesToMaterialGroup(QStringLiteral("caps"), 1, &face, QString());
+        for (auto it = ModelBuilderInspector::vertexAttributes(builder).cbegin();; ++it) {
+            if (it->values) {
+                warning = warning.arg(it.key());
+                break;
+            }
+        }
     } else {
         GPUModel first;
         upload(builder, &first);

@@ -36,6 +36,11 @@ void ProjectPolygonToPlane(
 // (nothing is read then) or when no ear is left. `reversed` says that the points run clockwise.
 int TriangulatePolygon2D(int count, const Vector2f *points, bool reversed, int *corners);
 
+// Triangulate3D with the polygon's own normal, writing the vertex numbers to `out` (room for
+// 3 × (count − 2) entries) instead of appending them to a list: for callers that size their
+// output once. Returns how many were written, 0 after the same warning on failure.
+int TriangulatePolygon3D(int count, const int *indices, const float *positions, unsigned int *out);
+
 // Recomputes `cross`, `cosAngle` and `isEar` of ring[i] from its present neighbours.
 void UpdateEarState(int i, int count, const Vector2f *points, EarVertex *ring);
 

@@ -13,7 +13,7 @@ namespace Vardune::Qel {
 // A growing array of plain values for the large per-line and per-corner arrays of an import.
 //
 // The bytes live in a QByteArray whose size is the capacity. An unshared QByteArray grows by
-// realloc, which moves large blocks by remapping their pages instead of copying them, and the
+// realloc, which moves mapped blocks by remapping their pages instead of copying them, and the
 // array asks for huge pages before the new space is written: every byte is touched once,
 // however often the array grows. New elements are not initialised. takeBytes() hands the bytes
 // over without a copy, so that a builder stream can adopt them.
@@ -80,12 +80,20 @@ public:
 
 private:
     static constexpr size_t kFirstCapacity = 4096 / sizeof(T);
+    static constexpr size_t kMapFromBytes = size_t(256) << 10;
+    static constexpr size_t kMappedBytes = (size_t(32) << 20) + 4096 * sizeof(T); // glibc's 32 MiB cap, passed
 
     void grow(size_t least)
     {
         size_t capacity = _capacity < kFirstCapacity ? kFirstCapacity : _capacity * 2;
         if (capacity < least)
             capacity = least;
+        // The C library grows only a mapped block by remapping its pages; a smaller block may
+        // come from the heap and be copied at every growth. A growing array moves to a block
+        // above the library's largest mapping threshold early, after one small copy; the
+        // space it does not write stays untouched and costs no memory.
+        if (capacity * sizeof(T) >= kMapFromBytes && capacity * sizeof(T) < kMappedBytes)
+            capacity = kMappedBytes / sizeof(T);
         _bytes.resize(qsizetype(capacity * sizeof(T))); // no fill; reports exhaustion as Qt does
         _data = reinterpret_cast<T *>(_bytes.data());
         _capacity = capacity;

@@ -81,23 +81,31 @@ public:
 private:
     static constexpr size_t kFirstCapacity = 4096 / sizeof(T);
     static constexpr size_t kMapFromBytes = size_t(256) << 10;
-    static constexpr size_t kMappedBytes = (size_t(32) << 20) + 4096 * sizeof(T); // glibc's 32 MiB cap, passed
+    // Just above the largest threshold the C library maps from (32 MiB), a whole number of T.
+    static constexpr size_t kMappedBytes = (size_t(32) << 20) + 4096 * sizeof(T);
 
+    // _capacity is the part of the block advised so far; the block itself may be larger.
     void grow(size_t least)
     {
         size_t capacity = _capacity < kFirstCapacity ? kFirstCapacity : _capacity * 2;
         if (capacity < least)
             capacity = least;
-        // The C library grows only a mapped block by remapping its pages; a smaller block may
-        // come from the heap and be copied at every growth. A growing array moves to a block
-        // above the library's largest mapping threshold early, after one small copy; the
-        // space it does not write stays untouched and costs no memory.
-        if (capacity * sizeof(T) >= kMapFromBytes && capacity * sizeof(T) < kMappedBytes)
-            capacity = kMappedBytes / sizeof(T);
-        _bytes.resize(qsizetype(capacity * sizeof(T))); // no fill; reports exhaustion as Qt does
-        _data = reinterpret_cast<T *>(_bytes.data());
+        const size_t blockCapacity = size_t(_bytes.size()) / sizeof(T);
+        if (capacity > blockCapacity) {
+            // The C library grows only a mapped block by remapping its pages; a smaller block may
+            // come from the heap and be copied at every growth. A growing array moves to a block
+            // above the library's largest mapping threshold early, after one small copy; the
+            // space it does not write stays untouched and costs no memory.
+            size_t newBlockCapacity = capacity;
+            if (capacity * sizeof(T) >= kMapFromBytes && capacity * sizeof(T) < kMappedBytes)
+                newBlockCapacity = kMappedBytes / sizeof(T);
+            _bytes.resize(qsizetype(newBlockCapacity * sizeof(T))); // no fill; reports exhaustion as Qt does
+            _data = reinterpret_cast<T *>(_bytes.data());
+        }
+        // Huge pages only as far as the array has grown to, so that a small array in a large
+        // block does not fault in a whole huge page.
+        adviseHugePages(_data + _size, (capacity - _size) * sizeof(T));
         _capacity = capacity;
-        adviseHugePages(_data + _size, (_capacity - _size) * sizeof(T));
     }
 
     QByteArray _bytes;

@@ -118,6 +118,7 @@ private:
     // Grows `stream` to `count` elements that the caller overwrites right away: the new elements
     // of a ModelDataArray are not zeroed first.
     static void growStreamToOverwrite(ModelDataStream &stream, size_t count);
+    // True when the allocator is exactly the default one, whose streams are ModelDataArrays.
     bool makesModelDataArrays() const;
     // Creates or replaces an attribute whose values and indices are `values` and `indices`,
     // taken without a copy (lengths in bytes, multiples of the element sizes). Only for a

@@ -18,11 +18,11 @@ struct AttributeSource
 {
     QString name;
     int components;
-    const PodArray<float> *values;
-    const PodArray<quint32> *indices;
+    PodArray<float> *values;
+    PodArray<quint32> *indices;
 };
 
-AttributeSource attributeSource(ObjLineType type, const ObjMesh &mesh)
+AttributeSource attributeSource(ObjLineType type, ObjMesh &mesh)
 {
     switch (type) {
     case ObjLineType::Normal:
@@ -47,20 +47,41 @@ bool keepsEveryFace(const std::vector<quint8> &kept)
     return std::find(kept.begin(), kept.end(), quint8(0)) == kept.end();
 }
 
+} // namespace
+
+// The builder's friend: moves an attribute's arrays into its streams, or copies them into
+// streams of its allocator when that makes other streams.
+struct ObjMeshHandOver
+{
+    static void attribute(
+        ModelBuilder &builder, const QString &name, int components, PodArray<float> &values, PodArray<quint32> &indices)
+    {
+        if (builder.makesModelDataArrays()) {
+            builder.adoptVertexAttribute(name, components, GLType::Float, values.takeBytes(), indices.takeBytes());
+            return;
+        }
+        builder.createVertexAttribute(name, components, GLType::Float, 0, 0);
+        builder.addValuesToVertexAttribute(name, values.size(), values.data(), GLType::Float);
+        builder.addIndicesToVertexAttribute(name, indices.size(), indices.data());
+    }
+};
+
+namespace {
+
 // One attribute's values and indices; corners without an index use a zero value appended
 // after the file's values. When every face is kept and no index is missing, the gathered
-// indices go to the builder as they are.
+// indices go to the builder as they are. The mesh's arrays are handed over and left empty.
 void feedAttribute(const AttributeSource &source, const ObjMesh &mesh, const std::vector<quint8> &kept,
-    bool everyFaceKept, std::vector<quint32> &scratch, ModelBuilder &builder)
+    bool everyFaceKept, ModelBuilder &builder)
 {
     const auto defaultIndex = static_cast<quint32>(source.values->size() / source.components);
-    const PodArray<quint32> &gathered = *source.indices;
+    PodArray<quint32> &gathered = *source.indices;
     const bool usesDefault = std::find(gathered.begin(), gathered.end(), ObjCorner::kNoIndex) != gathered.end();
-    const quint32 *indices = gathered.data();
-    size_t indexCount = gathered.size();
-    if (usesDefault || !everyFaceKept) {
-        scratch.resize(keptCornerTotal(mesh, kept));
-        quint32 *out = scratch.data();
+    PodArray<quint32> selected;
+    PodArray<quint32> &indices = usesDefault || !everyFaceKept ? selected : gathered;
+    if (&indices == &selected) {
+        selected.resize(keptCornerTotal(mesh, kept));
+        quint32 *out = selected.data();
         const quint32 *corner = gathered.data();
         for (size_t face = 0; face < kept.size(); ++face) {
             const quint32 count = mesh.cornerCounts[face];
@@ -68,18 +89,13 @@ void feedAttribute(const AttributeSource &source, const ObjMesh &mesh, const std
                 *out++ = corner[i] == ObjCorner::kNoIndex ? defaultIndex : corner[i];
             corner += count;
         }
-        indices = scratch.data();
-        indexCount = scratch.size();
     }
-
-    builder.createVertexAttribute(source.name, source.components, GLType::Float, 0, 0);
-    builder.addValuesToVertexAttribute(source.name, source.values->size(), source.values->data(), GLType::Float);
     // Only kept faces count: a default value that only skipped faces wanted is left out.
-    if (usesDefault && std::find(indices, indices + indexCount, defaultIndex) != indices + indexCount) {
+    if (usesDefault && std::find(indices.begin(), indices.end(), defaultIndex) != indices.end()) {
         const float zeros[3] = { 0.0f, 0.0f, 0.0f };
-        builder.addValuesToVertexAttribute(source.name, source.components, zeros, GLType::Float);
+        source.values->append(zeros, size_t(source.components));
     }
-    builder.addIndicesToVertexAttribute(source.name, indexCount, indices);
+    ObjMeshHandOver::attribute(builder, source.name, source.components, *source.values, indices);
 }
 
 void feedCornerCounts(const ObjMesh &mesh, const std::vector<quint8> &kept, ModelBuilder &builder)
@@ -112,26 +128,20 @@ void feedGroups(
     }
 }
 
+// The builder's own zero value and zero indices: one (0, 0) for every corner.
 void addConstantTexCoords(size_t cornerTotal, ModelBuilder &builder)
 {
-    const QString name = ObjModelNames::texCoords();
-    const float origin[2] = { 0.0f, 0.0f };
-    const std::vector<quint32> indices(cornerTotal, 0);
-    builder.createVertexAttribute(name, 2, GLType::Float, 0, 0);
-    builder.addValuesToVertexAttribute(name, 2, origin, GLType::Float);
-    builder.addIndicesToVertexAttribute(name, indices.size(), indices.data());
+    builder.createVertexAttribute(ObjModelNames::texCoords(), 2, GLType::Float, 2, cornerTotal);
 }
 
 } // namespace
 
-void feedObjMesh(
-    const ObjMesh &mesh, const std::vector<quint8> &kept, const QStringList &runGroups, ModelBuilder &builder)
+void feedObjMesh(ObjMesh &mesh, const std::vector<quint8> &kept, const QStringList &runGroups, ModelBuilder &builder)
 {
     const size_t cornerTotal = keptCornerTotal(mesh, kept);
     const bool everyFaceKept = keepsEveryFace(kept);
-    std::vector<quint32> scratch;
     for (ObjLineType type : mesh.attributeOrder)
-        feedAttribute(attributeSource(type, mesh), mesh, kept, everyFaceKept, scratch, builder);
+        feedAttribute(attributeSource(type, mesh), mesh, kept, everyFaceKept, builder);
     feedCornerCounts(mesh, kept, builder);
     feedGroups(mesh, kept, runGroups, builder);
 

@@ -19,9 +19,9 @@ class ModelBuilder;
 // generated ones; a file without texture coordinates gets the single value (0, 0) for every
 // corner.
 //
+// The mesh's value and index arrays are moved into the builder's streams and left empty.
 // The builder ends as if the file had been fed line by line; `kept` must leave only faces
 // whose indices lie within the mesh's values, and the groups must exist.
-void feedObjMesh(
-    const ObjMesh &mesh, const std::vector<quint8> &kept, const QStringList &runGroups, ModelBuilder &builder);
+void feedObjMesh(ObjMesh &mesh, const std::vector<quint8> &kept, const QStringList &runGroups, ModelBuilder &builder);
 
 } // namespace Vardune::Qel

@@ -2,9 +2,9 @@
 
 #include "HugePages.h"
 
-#include <cstdlib>
+#include <QByteArray>
+
 #include <cstring>
-#include <new>
 #include <type_traits>
 #include <utility>
 
@@ -12,9 +12,11 @@ namespace Vardune::Qel {
 
 // A growing array of plain values for the large per-line and per-corner arrays of an import.
 //
-// It grows by realloc, which moves large blocks by remapping their pages instead of copying
-// them, and asks for huge pages before the new space is written: every byte is touched once,
-// however often the array grows. New elements are not initialised.
+// The bytes live in a QByteArray whose size is the capacity. An unshared QByteArray grows by
+// realloc, which moves mapped blocks by remapping their pages instead of copying them, and the
+// array asks for huge pages before the new space is written: every byte is touched once,
+// however often the array grows. New elements are not initialised. takeBytes() hands the bytes
+// over without a copy, so that a builder stream can adopt them.
 template<typename T>
 class PodArray
 {
@@ -22,11 +24,11 @@ class PodArray
 
 public:
     PodArray() = default;
-    ~PodArray() { std::free(_data); }
     PodArray(const PodArray &) = delete;
     PodArray &operator=(const PodArray &) = delete;
     PodArray(PodArray &&other) noexcept
-        : _data(std::exchange(other._data, nullptr))
+        : _bytes(std::move(other._bytes))
+        , _data(std::exchange(other._data, nullptr))
         , _size(std::exchange(other._size, 0))
         , _capacity(std::exchange(other._capacity, 0))
     { }
@@ -65,28 +67,48 @@ public:
         _size = count;
     }
     // Frees the storage.
-    void release()
+    void release() { takeBytes(); }
+    // The elements as bytes, moved out; the array is left empty. Shrinking a QByteArray moves
+    // nothing, so the spare capacity stays allocated but untouched.
+    QByteArray takeBytes()
     {
-        std::free(std::exchange(_data, nullptr));
+        _bytes.resize(qsizetype(_size * sizeof(T)));
+        _data = nullptr;
         _size = _capacity = 0;
+        return std::exchange(_bytes, QByteArray());
     }
 
 private:
     static constexpr size_t kFirstCapacity = 4096 / sizeof(T);
+    static constexpr size_t kMapFromBytes = size_t(256) << 10;
+    // Just above the largest threshold the C library maps from (32 MiB), a whole number of T.
+    static constexpr size_t kMappedBytes = (size_t(32) << 20) + 4096 * sizeof(T);
 
+    // _capacity is the part of the block advised so far; the block itself may be larger.
     void grow(size_t least)
     {
         size_t capacity = _capacity < kFirstCapacity ? kFirstCapacity : _capacity * 2;
         if (capacity < least)
             capacity = least;
-        void *data = std::realloc(_data, capacity * sizeof(T));
-        if (!data)
-            throw std::bad_alloc(); // as the standard containers report it
-        _data = static_cast<T *>(data);
+        const size_t blockCapacity = size_t(_bytes.size()) / sizeof(T);
+        if (capacity > blockCapacity) {
+            // The C library grows only a mapped block by remapping its pages; a smaller block may
+            // come from the heap and be copied at every growth. A growing array moves to a block
+            // above the library's largest mapping threshold early, after one small copy; the
+            // space it does not write stays untouched and costs no memory.
+            size_t newBlockCapacity = capacity;
+            if (capacity * sizeof(T) >= kMapFromBytes && capacity * sizeof(T) < kMappedBytes)
+                newBlockCapacity = kMappedBytes / sizeof(T);
+            _bytes.resize(qsizetype(newBlockCapacity * sizeof(T))); // no fill; reports exhaustion as Qt does
+            _data = reinterpret_cast<T *>(_bytes.data());
+        }
+        // Huge pages only as far as the array has grown to, so that a small array in a large
+        // block does not fault in a whole huge page.
+        adviseHugePages(_data + _size, (capacity - _size) * sizeof(T));
         _capacity = capacity;
-        adviseHugePages(_data + _size, (_capacity - _size) * sizeof(T));
     }
 
+    QByteArray _bytes;
     T *_data = nullptr;
     size_t _size = 0;
     size_t _capacity = 0;

@@ -77,7 +77,7 @@ void ModelBuilder::buildGPUFriendlyStreams(bool mergeByIndices)
         }
     }
 
-    const QSharedPointer<ModelDataStream> cornerVertices = newStream(kIndexType, faceCornerCount);
+    const QSharedPointer<ModelDataStream> cornerVertices = newStreamToOverwrite(kIndexType, faceCornerCount);
     auto *cornerVertex = static_cast<unsigned int *>(cornerVertices->data(0));
     // Only the first tupleCount entries are ever written, so only they are touched.
     const std::unique_ptr<unsigned int[]> firstCorner(new unsigned int[faceCornerCount]);
@@ -91,7 +91,7 @@ void ModelBuilder::buildGPUFriendlyStreams(bool mergeByIndices)
         for (size_t v = 0; v < tupleCount; ++v)
             valueOfTuple[v] = indices[firstCorner[v]];
         const QSharedPointer<ModelDataStream> gpuValues
-            = newStream(attribute->values->type(), tupleCount * size_t(attribute->componentsPerVertex));
+            = newStreamToOverwrite(attribute->values->type(), tupleCount * size_t(attribute->componentsPerVertex));
         gatherVertices(
             gpuValues->data(0), attribute->values->data(0), vertexBytes(*attribute), valueOfTuple.get(), tupleCount);
         attribute->gpuValues = gpuValues;
@@ -113,7 +113,7 @@ void ModelBuilder::buildGPUFriendlyStreams(bool mergeByIndices)
             cornerVertex[k] = tupleToVertex[cornerVertex[k]];
         for (VertexAttribute *attribute : attributes) {
             const QSharedPointer<ModelDataStream> packed
-                = newStream(attribute->values->type(), vertexCount * size_t(attribute->componentsPerVertex));
+                = newStreamToOverwrite(attribute->values->type(), vertexCount * size_t(attribute->componentsPerVertex));
             gatherVertices(packed->data(0), attribute->gpuValues->data(0), vertexBytes(*attribute), vertexToTuple.get(),
                 vertexCount);
             attribute->gpuValues = packed;

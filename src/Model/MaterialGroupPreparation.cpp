@@ -1,14 +1,16 @@
 // One material group to triangle indices and one indirect draw command.
 //
 // Every face of the group is triangulated over the GPU vertex numbers of its corners; the
-// triangles are appended to the builder's one triangle index stream, and the command covers
+// triangles are written straight into the builder's one triangle index stream, grown once by
+// the most the group can give (3 × (n − 2) per face of n >= 3 corners) and cut back to what
+// the faces gave, and the command covers
 // exactly the stretch this group appended. Commands are filed under the group's batch key
 // (flags & mask), beside the group's name at the same position.
 
 #include "Diagnostics.h"
 #include "GLTypes.h"
 #include "ModelBuilder.h"
-#include "Triangulate3D.h"
+#include "PolygonTriangulation.h"
 
 namespace Vardune::Qel {
 
@@ -27,19 +29,29 @@ void ModelBuilder::prepareMaterialGroupForUpload(const QString &name, const Mate
     const auto *faces = static_cast<const unsigned int *>(group.faces->data(0));
     const size_t faceCount = countsReadable ? group.faces->size() : 0;
 
-    QList<unsigned int> triangles;
+    size_t mostIndices = 0;
     for (size_t j = 0; j < faceCount; ++j) {
-        const unsigned int face = faces[j];
-        Triangulate3D(static_cast<int>(cornerCounts[face]), corners + faceStarts[face], points, triangles);
+        const unsigned int cornerCount = cornerCounts[faces[j]];
+        mostIndices += cornerCount >= 3 ? 3 * size_t(cornerCount - 2) : 0;
     }
 
     if (_triangleIndices->isEmpty())
         _triangleIndices = newStream(kIndexType, 0);
+    const size_t firstIndex = _triangleIndices->size();
+    growStreamToOverwrite(*_triangleIndices, firstIndex + mostIndices);
+    auto *const triangles = static_cast<unsigned int *>(_triangleIndices->data(firstIndex));
+    size_t indexCount = 0;
+    for (size_t j = 0; j < faceCount; ++j) {
+        const unsigned int face = faces[j];
+        indexCount += size_t(TriangulatePolygon3D(
+            static_cast<int>(cornerCounts[face]), corners + faceStarts[face], points, triangles + indexCount));
+    }
+    _triangleIndices->resize(firstIndex + indexCount);
 
     DrawElementsIndirectCommand command;
-    command.count = static_cast<uint32_t>(triangles.size());
+    command.count = static_cast<uint32_t>(indexCount);
     command.instanceCount = 1;
-    command.firstIndex = static_cast<uint32_t>(_triangleIndices->size());
+    command.firstIndex = static_cast<uint32_t>(firstIndex);
     command.baseVertex = 0;
     command.baseInstance = 0;
 
@@ -50,7 +62,6 @@ void ModelBuilder::prepareMaterialGroupForUpload(const QString &name, const Mate
     }
     _drawCommands[key].append(command);
     _drawGroupNames[key].append(name);
-    _triangleIndices->append(static_cast<size_t>(triangles.size()), triangles.constData());
 }
 
 } // namespace Vardune::Qel

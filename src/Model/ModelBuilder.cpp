@@ -8,6 +8,8 @@
 
 #include <QMessageLogger>
 
+#include <typeinfo>
+
 namespace Vardune::Qel {
 
 namespace {
@@ -40,6 +42,39 @@ QSharedPointer<ModelDataStream> ModelBuilder::newStream(unsigned int type, size_
 {
     // The default deleter destroys through ModelDataStream's virtual destructor.
     return QSharedPointer<ModelDataStream>(_allocator->alloc(type, count));
+}
+
+void ModelBuilder::growStreamToOverwrite(ModelDataStream &stream, size_t count)
+{
+    if (typeid(stream) == typeid(ModelDataArray))
+        static_cast<ModelDataArray &>(stream).resizeUninitialised(count);
+    else
+        stream.resize(count);
+}
+
+bool ModelBuilder::makesModelDataArrays() const
+{
+    // Exactly the default allocator: a derived one may make other streams.
+    const ModelDataStreamAllocator &allocator = *_allocator;
+    return typeid(allocator) == typeid(ModelDataArrayAllocator);
+}
+
+QSharedPointer<ModelDataStream> ModelBuilder::newStreamToOverwrite(unsigned int type, size_t count) const
+{
+    if (!makesModelDataArrays())
+        return newStream(type, count);
+    return QSharedPointer<ModelDataStream>(new ModelDataArray(type, count, Qt::Uninitialized));
+}
+
+void ModelBuilder::adoptVertexAttribute(const QString &name, int componentsPerVertex, unsigned int type,
+                                        QByteArray &&values, QByteArray &&indices)
+{
+    VertexAttribute &attribute = _vertexAttributes[name];
+    attribute.values.reset(new ModelDataArray(type, std::move(values)));
+    attribute.indices.reset(new ModelDataArray(kIndexType, std::move(indices)));
+    attribute.gpuValues.reset();
+    attribute.gpuIndices.reset();
+    attribute.componentsPerVertex = componentsPerVertex;
 }
 
 void ModelBuilder::createVertexAttribute(const QString &name, int componentsPerVertex, unsigned int type,

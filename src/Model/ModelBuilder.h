@@ -106,11 +106,25 @@ public:
 
 private:
     friend struct ModelBuilderInspector; // the tests' window on the stages below
+    friend struct ObjMeshHandOver; // the OBJ import moves its gathered arrays in without a copy
 
     static constexpr unsigned int kIndexType = 0x1405; // GL_UNSIGNED_INT
     static constexpr int kIndexStride = 4;
 
     QSharedPointer<ModelDataStream> newStream(unsigned int type, size_t count) const;
+    // For a stream the caller overwrites in full right away: with the default allocator its
+    // elements are not zeroed first.
+    QSharedPointer<ModelDataStream> newStreamToOverwrite(unsigned int type, size_t count) const;
+    // Grows `stream` to `count` elements that the caller overwrites right away: the new elements
+    // of a ModelDataArray are not zeroed first.
+    static void growStreamToOverwrite(ModelDataStream &stream, size_t count);
+    // True when the allocator is exactly the default one, whose streams are ModelDataArrays.
+    bool makesModelDataArrays() const;
+    // Creates or replaces an attribute whose values and indices are `values` and `indices`,
+    // taken without a copy (lengths in bytes, multiples of the element sizes). Only for a
+    // builder that makesModelDataArrays(), so that every stream is still one of its allocator's.
+    void adoptVertexAttribute(const QString &name, int componentsPerVertex, unsigned int type, QByteArray &&values,
+                              QByteArray &&indices);
 
     void buildGPUFriendlyStreams(bool mergeByIndices);
     void optimizeGPUStreams();

@@ -3,6 +3,7 @@
 #include "HugePages.h"
 
 #include <cstring>
+#include <utility>
 
 namespace Vardune::Qel {
 
@@ -24,6 +25,18 @@ ModelDataArray::ModelDataArray(unsigned int type, size_t count)
     adviseHugePages(_data.data(), size_t(_data.size()));
     std::memset(_data.data(), 0, size_t(_data.size()));
 }
+
+ModelDataArray::ModelDataArray(unsigned int type, size_t count, Qt::Initialization)
+    : _type(type)
+    , _data(byteLength(type, count), Qt::Uninitialized)
+{
+    adviseHugePages(_data.data(), size_t(_data.size()));
+}
+
+ModelDataArray::ModelDataArray(unsigned int type, QByteArray &&bytes)
+    : _type(type)
+    , _data(std::move(bytes))
+{ }
 
 ModelDataArray::~ModelDataArray() = default;
 
@@ -55,12 +68,18 @@ size_t ModelDataArray::size() const
 void ModelDataArray::resize(size_t count)
 {
     const qsizetype oldLength = _data.size();
+    resizeUninitialised(count);
+    if (_data.size() > oldLength)
+        std::memset(_data.data() + oldLength, 0, static_cast<size_t>(_data.size() - oldLength));
+}
+
+void ModelDataArray::resizeUninitialised(size_t count)
+{
+    const qsizetype oldLength = _data.size();
     const qsizetype newLength = byteLength(_type, count);
     _data.resize(newLength);
-    if (newLength > oldLength) {
+    if (newLength > oldLength)
         adviseHugePages(_data.data() + oldLength, size_t(newLength - oldLength));
-        std::memset(_data.data() + oldLength, 0, static_cast<size_t>(newLength - oldLength));
-    }
 }
 
 size_t ModelDataArray::byteCount() const

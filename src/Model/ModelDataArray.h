@@ -32,6 +32,16 @@ public:
     void append(size_t count, const void *source) override;
 
 private:
+    friend class ModelBuilder; // for streams it fills completely, or adopts, right after making them
+
+    // `count` elements left unwritten, for a stream that is overwritten in full at once.
+    ModelDataArray(unsigned int type, size_t count, Qt::Initialization);
+    // Takes `bytes` as the elements, without a copy; its length must be a multiple of the
+    // element size.
+    ModelDataArray(unsigned int type, QByteArray &&bytes);
+    // resize() without the zero fill of new elements.
+    void resizeUninitialised(size_t count);
+
     unsigned int _type;
     QByteArray _data;
 };

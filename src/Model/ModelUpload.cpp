@@ -112,7 +112,7 @@ QSharedPointer<BufferObject> ModelBuilder::uploadIndexBuffer(OpenGLDeviceContext
     if (vertexCount >= kLargestShortIndexVertexCount) {
         buffer->uploadGLuintData(indices, static_cast<int>(indexCount), usage);
     } else {
-        const QSharedPointer<ModelDataStream> narrow = newStream(GLType::UnsignedShort, indexCount);
+        const QSharedPointer<ModelDataStream> narrow = newStreamToOverwrite(GLType::UnsignedShort, indexCount);
         auto *shortIndices = static_cast<unsigned short *>(narrow->data(0));
         for (size_t i = 0; i < indexCount; ++i)
             shortIndices[i] = static_cast<unsigned short>(indices[i]);

@@ -53,7 +53,7 @@ void ModelBuilder::installGeneratedNormals(const VertexAttribute &positionAttrib
         = static_cast<int>(positions->size() / static_cast<size_t>(positionAttribute.componentsPerVertex));
 
     VertexAttribute &normals = _vertexAttributes[_normalsAttributeName];
-    normals.gpuValues = newStream(GLType::Float, static_cast<uint32_t>(3 * vertexCount));
+    normals.gpuValues = newStreamToOverwrite(GLType::Float, static_cast<uint32_t>(3 * vertexCount));
     normals.gpuIndices = cornerVertices;
     normals.componentsPerVertex = 3;
     GenerateNormals(vertexCount, static_cast<int>(_triangleIndices->size()),

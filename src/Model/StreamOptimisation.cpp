@@ -98,7 +98,7 @@ void ModelBuilder::optimizeGPUStreams()
     for (VertexAttribute *attribute : attributes) {
         const QSharedPointer<ModelDataStream> &oldValues = attribute->gpuValues;
         const QSharedPointer<ModelDataStream> newValues
-            = newStream(oldValues->type(), size_t(newVertexCount) * size_t(attribute->componentsPerVertex));
+            = newStreamToOverwrite(oldValues->type(), size_t(newVertexCount) * size_t(attribute->componentsPerVertex));
         gatherVertices(newValues->data(0), oldValues->data(0), vertexBytes(*oldValues, attribute->componentsPerVertex),
             newToOld.get(), size_t(newVertexCount));
         attribute->gpuValues = newValues;

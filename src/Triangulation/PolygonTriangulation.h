@@ -39,6 +39,11 @@ void ProjectPolygonToPlane(
 // Sharpest ear first, ties to the lowest corner number; O(n log n) for well-spread points.
 int TriangulatePolygon2D(int count, const Vector2f *points, bool reversed, int *corners);
 
+// Triangulate3D with the polygon's own normal, writing the vertex numbers to `out` (room for
+// 3 × (count − 2) entries) instead of appending them to a list: for callers that size their
+// output once. Returns how many were written, 0 after the same warning on failure.
+int TriangulatePolygon3D(int count, const int *indices, const float *positions, unsigned int *out);
+
 // Recomputes `cross`, `cosAngle` and `isEar` of ring[i] from its present neighbours. The blocking
 // test looks at every active corner when `tree` is null, else (built over the same points, cut
 // corners removed) only at those it finds near the ear, with the same result.

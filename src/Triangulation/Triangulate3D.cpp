@@ -2,7 +2,7 @@
 // that decides the walking direction, then fixed patterns or ear clipping on corner numbers, which
 // are finally mapped to vertex numbers. Triangles and quadrilaterals, nearly every face of a real
 // mesh, work in stack buffers; larger polygons reuse per-thread buffers, so no call allocates
-// except to grow the output list.
+// except to grow the output list, and the raw form writes into room its caller sized once.
 
 #include "Triangulate3D.h"
 
@@ -30,9 +30,7 @@ bool runsClockwise(int count, const Vector2f *points)
 template<typename Index>
 void appendVertexNumbers(const int *corners, int cornerCount, const int *indices, QList<Index> &out)
 {
-    // A failed polygon leaves the list untouched, not even detached from its other owners.
-    if (cornerCount == 0)
-        return;
+    // Only called with triangles: a failed polygon leaves the list untouched, not even detached.
     // Room for this polygon, growing geometrically so that a caller appending face after face to
     // one list does not copy it at every call.
     const qsizetype needed = out.size() + cornerCount;
@@ -44,8 +42,10 @@ void appendVertexNumbers(const int *corners, int cornerCount, const int *indices
         destination[k] = static_cast<Index>(indices[corners[k]]);
 }
 
-template<typename Index>
-void triangulate(const QVector3D &normal, int count, const int *indices, const float *positions, QList<Index> &out)
+// Hands the corner numbers of the polygon's triangles, from a stack or per-thread buffer, to
+// `take(corners, cornerCount)`; a failed polygon hands nothing.
+template<typename Take>
+void triangulate(const QVector3D &normal, int count, const int *indices, const float *positions, Take take)
 {
     constexpr int kSmallCount = 4;
     if (count <= 0) {
@@ -69,7 +69,15 @@ void triangulate(const QVector3D &normal, int count, const int *indices, const f
 
     ProjectPolygonToPlane(normal, count, indices, positions, points);
     const int cornerCount = TriangulatePolygon2D(count, points, runsClockwise(count, points), corners);
-    appendVertexNumbers(corners, cornerCount, indices, out);
+    if (cornerCount > 0)
+        take(corners, cornerCount);
+}
+
+template<typename Index>
+void triangulate(const QVector3D &normal, int count, const int *indices, const float *positions, QList<Index> &out)
+{
+    triangulate(normal, count, indices, positions,
+        [&](const int *corners, int cornerCount) { appendVertexNumbers(corners, cornerCount, indices, out); });
 }
 
 } // namespace
@@ -94,6 +102,18 @@ void Triangulate3D(int count, const int *indices, const float *positions, QList<
 void Triangulate3D(int count, const int *indices, const float *positions, QList<unsigned int> &out)
 {
     triangulate(ComputePolygonNormal(count, indices, positions), count, indices, positions, out);
+}
+
+int TriangulatePolygon3D(int count, const int *indices, const float *positions, unsigned int *out)
+{
+    int written = 0;
+    triangulate(ComputePolygonNormal(count, indices, positions), count, indices, positions,
+        [&](const int *corners, int cornerCount) {
+            for (int k = 0; k < cornerCount; ++k)
+                out[k] = static_cast<unsigned int>(indices[corners[k]]);
+            written = cornerCount;
+        });
+    return written;
 }
 
 } // namespace Vardune::Qel

@@ -5,6 +5,7 @@
 #include "GLTestContext.h"
 #include "MessageCapture.h"
 #include "ModelBuilderInspector.h"
+#include "ModelDataArray.h"
 #include "ObjModelReader.h"
 #include "ObjTestFiles.h"
 #include "ObjTextScanner.h"
@@ -285,11 +286,18 @@ struct Import
     QStringList state;
 };
 
+// Another allocator type: the builder then copies the import's arrays into streams it makes
+// and zero-fills every stream, so the reference side also checks the hand-over without adoption.
+struct OtherAllocator : ModelDataArrayAllocator
+{
+};
+
 Import importWith(const QString &path, bool reference)
 {
     Import result;
     MessageCapture capture;
-    ModelBuilder builder;
+    ModelBuilder builder(reference ? QSharedPointer<ModelDataStreamAllocator>(new OtherAllocator)
+                                   : QSharedPointer<ModelDataStreamAllocator>());
     if (reference) {
         ObjMesh mesh;
         Reference::readObjMesh(path, mesh);

@@ -1,6 +1,6 @@
 #include "MaterialShader.h"
 
-#include "ImportedAttributes.h"
+#include "ObjModelNames.h"
 
 namespace {
 
@@ -39,7 +39,7 @@ void main()
 bool MaterialShader::build(const Vardune::Qel::VertexArrayObject &vertexArray, QString &error)
 {
     const QString inputs[3]
-        = { ImportedAttributes::positions(), ImportedAttributes::normals(), ImportedAttributes::texCoords() };
+        = { Vardune::Qel::ObjModelNames::positions(), Vardune::Qel::ObjModelNames::normals(), Vardune::Qel::ObjModelNames::texCoords() };
     // Inputs the array lacks go to locations past its attributes, which it leaves disabled.
     int unused = static_cast<int>(vertexArray.attributes().size());
     for (const QString &input : inputs) {

@@ -1,6 +1,6 @@
 #include "PositionBounds.h"
 
-#include "ImportedAttributes.h"
+#include "ObjModelNames.h"
 
 #include <QOpenGLContext>
 
@@ -17,7 +17,7 @@ PositionBounds uploadedPositionBounds(const GPUModel &model)
         return bounds;
     const QList<VertexArrayObject::Attribute> attributes = model.draw(0).buffers->VAO()->attributes();
     for (const VertexArrayObject::Attribute &attribute : attributes) {
-        if (attribute.name != ImportedAttributes::positions() || attribute.type != GL_FLOAT || attribute.components != 3
+        if (attribute.name != Vardune::Qel::ObjModelNames::positions() || attribute.type != GL_FLOAT || attribute.components != 3
             || !attribute.buffer)
             continue;
         const QByteArray bytes = attribute.buffer->readBack();

@@ -81,10 +81,11 @@ public:
 private:
     static constexpr size_t kFirstCapacity = 4096 / sizeof(T);
     static constexpr size_t kMapFromBytes = size_t(256) << 10;
+    static constexpr size_t kHugePagesFromBytes = size_t(4) << 20;
     // Just above the largest threshold the C library maps from (32 MiB), a whole number of T.
     static constexpr size_t kMappedBytes = (size_t(32) << 20) + 4096 * sizeof(T);
 
-    // _capacity is the part of the block advised so far; the block itself may be larger.
+    // _capacity is the part of the block in use so far; the block itself may be larger.
     void grow(size_t least)
     {
         size_t capacity = _capacity < kFirstCapacity ? kFirstCapacity : _capacity * 2;
@@ -102,9 +103,10 @@ private:
             _bytes.resize(qsizetype(newBlockCapacity * sizeof(T))); // no fill; reports exhaustion as Qt does
             _data = reinterpret_cast<T *>(_bytes.data());
         }
-        // Huge pages only as far as the array has grown to, so that a small array in a large
+        // Huge pages only once the array itself is large, so that a small array in a large
         // block does not fault in a whole huge page.
-        adviseHugePages(_data + _size, (capacity - _size) * sizeof(T));
+        if (capacity * sizeof(T) >= kHugePagesFromBytes)
+            adviseHugePages(_bytes);
         _capacity = capacity;
     }
 

@@ -2,7 +2,8 @@
 
 #include <cstdint>
 
-#if defined(__linux__)
+#if defined(__linux__) && defined(__GLIBC__)
+#include <malloc.h>
 #include <sys/mman.h>
 #include <unistd.h>
 #endif
@@ -11,23 +12,30 @@ namespace Vardune::Qel {
 
 namespace {
 
-// Below this, the buffer does not span a whole huge page worth asking for.
+// Below this, the block does not span a whole huge page worth asking for.
 constexpr size_t kSmallestAdvisedBytes = size_t(4) << 20;
 
 } // namespace
 
-void adviseHugePages(void *data, size_t bytes)
+void adviseHugePages(QByteArray &bytes)
 {
-#if defined(__linux__) && defined(MADV_HUGEPAGE)
-    if (bytes < kSmallestAdvisedBytes)
+#if defined(__linux__) && defined(__GLIBC__) && defined(MADV_HUGEPAGE)
+    // The array's header is the start of the block that malloc or realloc returned.
+    void *block = bytes.data_ptr().d_ptr();
+    if (block == nullptr)
         return;
-    static const uintptr_t pageBytes = uintptr_t(sysconf(_SC_PAGESIZE));
-    const uintptr_t first = (uintptr_t(data) + pageBytes - 1) & ~(pageBytes - 1);
-    const uintptr_t end = (uintptr_t(data) + bytes) & ~(pageBytes - 1);
-    if (end > first)
+    const size_t usable = malloc_usable_size(block);
+    if (usable < kSmallestAdvisedBytes)
+        return;
+    // A mapped block is preceded by the C library's two-word chunk header at the start of its
+    // first page and ends where its last page ends; a block in the heap almost never lines up
+    // so, and if one does, advice on heap pages does no harm.
+    static const uintptr_t pageMask = uintptr_t(sysconf(_SC_PAGESIZE)) - 1;
+    const uintptr_t first = uintptr_t(block) - 2 * sizeof(size_t);
+    const uintptr_t end = uintptr_t(block) + usable;
+    if ((first & pageMask) == 0 && (end & pageMask) == 0)
         madvise(reinterpret_cast<void *>(first), end - first, MADV_HUGEPAGE); // a refusal changes nothing
 #else
-    (void)data;
     (void)bytes;
 #endif
 }

@@ -1,13 +1,17 @@
 #pragma once
 
-#include <cstddef>
+#include <QByteArray>
 
 namespace Vardune::Qel {
 
-// Asks the system to back the large buffer [data, data + bytes) with huge pages, before it is
-// first written: one page fault per 2 MiB instead of per 4 KiB, which is most of the cost of
-// filling fresh memory. Only the whole pages inside the range are concerned; small buffers and
+// Asks the system to back the storage of a large byte array with huge pages: one page fault
+// per 2 MiB instead of per 4 KiB, which is most of the cost of filling fresh memory. Advice
+// applies to new pages, so it is best given before the first write, and again after growth.
+//
+// Only a block the C library mapped on its own is advised, and always as a whole: advice on
+// part of a mapping splits it in two, and the C library can then no longer grow the block by
+// remapping its pages, so every growth would copy it. Small arrays, blocks inside the heap and
 // systems without transparent huge pages are left alone.
-void adviseHugePages(void *data, size_t bytes);
+void adviseHugePages(QByteArray &bytes);
 
 } // namespace Vardune::Qel

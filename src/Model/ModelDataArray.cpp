@@ -22,7 +22,7 @@ ModelDataArray::ModelDataArray(unsigned int type, size_t count)
     : _type(type)
     , _data(byteLength(type, count), Qt::Uninitialized)
 {
-    adviseHugePages(_data.data(), size_t(_data.size()));
+    adviseHugePages(_data);
     std::memset(_data.data(), 0, size_t(_data.size()));
 }
 
@@ -30,7 +30,7 @@ ModelDataArray::ModelDataArray(unsigned int type, size_t count, Qt::Initializati
     : _type(type)
     , _data(byteLength(type, count), Qt::Uninitialized)
 {
-    adviseHugePages(_data.data(), size_t(_data.size()));
+    adviseHugePages(_data);
 }
 
 ModelDataArray::ModelDataArray(unsigned int type, QByteArray &&bytes)
@@ -79,7 +79,7 @@ void ModelDataArray::resizeUninitialised(size_t count)
     const qsizetype newLength = byteLength(_type, count);
     _data.resize(newLength);
     if (newLength > oldLength)
-        adviseHugePages(_data.data() + oldLength, size_t(newLength - oldLength));
+        adviseHugePages(_data);
 }
 
 size_t ModelDataArray::byteCount() const
@@ -106,7 +106,7 @@ void ModelDataArray::append(size_t count, const void *source)
     const qsizetype oldLength = _data.size();
     const qsizetype addedLength = byteLength(_type, count);
     _data.resize(oldLength + addedLength);
-    adviseHugePages(_data.data() + oldLength, size_t(addedLength));
+    adviseHugePages(_data);
     std::memcpy(_data.data() + oldLength, source, size_t(addedLength));
 }
 

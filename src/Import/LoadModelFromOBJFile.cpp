@@ -10,6 +10,16 @@
 
 namespace Vardune::Qel {
 
+struct ObjModelUpload
+{
+    // The builder is discarded right after, so the upload may free each stream once used.
+    static void uploadOnce(ModelBuilder &builder, GPUModel *model, const InstanceData &instanceData)
+    {
+        builder._releasesUsedStreams = true;
+        builder.upload(model, instanceData, ObjModelNames::positions(), QString(), GLType::StaticDraw, GLType::Triangles);
+    }
+};
+
 GPUModel *loadModelFromOBJFile(const QString &path, QString &error)
 {
     ModelBuilder builder(QSharedPointer<ModelDataStreamAllocator>(), 0);
@@ -22,7 +32,7 @@ GPUModel *loadModelFromOBJFile(const QString &path, QString &error)
     instanceData.set(QStringLiteral("ModelMatrix"), identity, sizeof identity);
     instanceData.set(QStringLiteral("PreviousModelMatrix"), identity, sizeof identity);
     instanceData.set(QStringLiteral("ModelNormalMatrix"), identity, sizeof identity);
-    builder.upload(model, instanceData, ObjModelNames::positions(), QString(), GLType::StaticDraw, GLType::Triangles);
+    ObjModelUpload::uploadOnce(builder, model, instanceData);
     return model;
 }
 

@@ -107,6 +107,7 @@ public:
 private:
     friend struct ModelBuilderInspector; // the tests' window on the stages below
     friend struct ObjMeshHandOver; // the OBJ import moves its gathered arrays in without a copy
+    friend struct ObjModelUpload; // and uploads its builder once, then discards it
 
     static constexpr unsigned int kIndexType = 0x1405; // GL_UNSIGNED_INT
     static constexpr int kIndexStride = 4;
@@ -141,6 +142,8 @@ private:
                                                    unsigned int usage) const;
     void addDraw(GPUModel *model, DrawBuffers *draw, size_t key, const InstanceData &instanceData,
                  const QString &materialIdName);
+    // Frees a stream's elements if this builder releases streams once used; its type stays.
+    void releaseUsedStream(QSharedPointer<ModelDataStream> &stream) const;
 
     QSharedPointer<ModelDataStreamAllocator> _allocator;
     QHash<QString, MaterialGroup> _materialGroups;
@@ -151,6 +154,9 @@ private:
     QHash<size_t, QList<DrawElementsIndirectCommand>> _drawCommands;
     QHash<size_t, QList<QString>> _drawGroupNames;
     size_t _flagsMask;
+    // For a builder uploaded once and then discarded: the upload frees each stream as soon as it
+    // has no further use, so that peak memory is not the sum of every stage's streams.
+    bool _releasesUsedStreams = false;
 };
 
 } // namespace Vardune::Qel

@@ -50,9 +50,10 @@ void ModelBuilder::upload(GPUModel *model, const InstanceData &instanceData, con
     const unsigned int indexType = vertexCount >= kLargestShortIndexVertexCount ? _triangleIndices->type()
                                                                                  : GLType::UnsignedShort;
     const auto indexCount = static_cast<int>(_triangleIndices->size());
+    releaseUsedStream(_triangleIndices);
 
     QHash<QString, QSharedPointer<BufferObject>> vertexBuffers;
-    for (auto it = _vertexAttributes.cbegin(); it != _vertexAttributes.cend(); ++it) {
+    for (auto it = _vertexAttributes.begin(); it != _vertexAttributes.end(); ++it) {
         const QSharedPointer<BufferObject> buffer = context->createBufferObject();
         buffer->setTarget(GLType::ArrayBuffer);
         buffer->bind();
@@ -60,6 +61,7 @@ void ModelBuilder::upload(GPUModel *model, const InstanceData &instanceData, con
                                     ModelDataStream::typeSize(it->gpuValues->type()));
         buffer->unbind();
         vertexBuffers[it.key()] = buffer;
+        releaseUsedStream(it->gpuValues);
     }
 
     for (auto it = _drawCommands.cbegin(); it != _drawCommands.cend(); ++it) {
@@ -81,6 +83,10 @@ void ModelBuilder::upload(GPUModel *model, const InstanceData &instanceData, con
 void ModelBuilder::prepareForUpload(const QString &positionAttributeName)
 {
     buildGPUFriendlyStreams(false);
+    for (VertexAttribute &attribute : _vertexAttributes) {
+        releaseUsedStream(attribute.values);
+        releaseUsedStream(attribute.indices);
+    }
     const VertexAttribute &positions = _vertexAttributes[positionAttributeName];
 
     const size_t faceCount = _verticesPerFace->size();
@@ -99,6 +105,14 @@ void ModelBuilder::prepareForUpload(const QString &positionAttributeName)
     }
     if (!_normalsAttributeName.isNull())
         installGeneratedNormals(positions);
+    for (VertexAttribute &attribute : _vertexAttributes)
+        releaseUsedStream(attribute.gpuIndices);
+}
+
+void ModelBuilder::releaseUsedStream(QSharedPointer<ModelDataStream> &stream) const
+{
+    if (_releasesUsedStreams && stream)
+        stream = newStream(stream->type(), 0);
 }
 
 QSharedPointer<BufferObject> ModelBuilder::uploadIndexBuffer(OpenGLDeviceContext &context, int vertexCount,

@@ -36,14 +36,20 @@ bool isUsable(quint32 index, quint32 count)
     return index == ObjCorner::kNoIndex || index < count;
 }
 
+// An index array that does not exist (no line of its kind) gives no index to any corner.
+quint32 cornerIndex(const PodArray<quint32> &indices, size_t corner)
+{
+    return indices.empty() ? ObjCorner::kNoIndex : indices[corner];
+}
+
 // The reason the face at corners [first, first + count) cannot be used; null when it can.
 QString faceProblem(const ObjMesh &mesh, size_t first, quint32 count, const IndexKind &positions,
     const IndexKind &texCoords, const IndexKind &normals)
 {
     for (quint32 i = 0; i < count; ++i) {
         const quint32 position = mesh.positionIndices[first + i];
-        const quint32 texCoord = mesh.texCoordIndices[first + i];
-        const quint32 normal = mesh.normalIndices[first + i];
+        const quint32 texCoord = cornerIndex(mesh.texCoordIndices, first + i);
+        const quint32 normal = cornerIndex(mesh.normalIndices, first + i);
         if (position == ObjCorner::kNoIndex)
             return QStringLiteral("corner %1 has no position index").arg(i + 1);
         if (position >= positions.count)
@@ -56,16 +62,17 @@ QString faceProblem(const ObjMesh &mesh, size_t first, quint32 count, const Inde
     return QString();
 }
 
-// True when every corner of the file is usable: one branch-free pass, so that the usual file
-// costs no per-face work.
-bool allCornersUsable(
-    const ObjMesh &mesh, const IndexKind &positions, const IndexKind &texCoords, const IndexKind &normals)
+// True when every index of the array is below `count`, or also kNoIndex where `noIndexUsable`:
+// one branch-free pass, so that the usual file costs no per-face work.
+bool allUsable(const PodArray<quint32> &indices, quint32 count, bool noIndexUsable)
 {
-    const size_t cornerCount = mesh.positionIndices.size();
     bool usable = true;
-    for (size_t k = 0; k < cornerCount; ++k) {
-        usable &= mesh.positionIndices[k] < positions.count && isUsable(mesh.texCoordIndices[k], texCoords.count)
-            && isUsable(mesh.normalIndices[k], normals.count);
+    if (noIndexUsable) {
+        for (const quint32 index : indices)
+            usable &= isUsable(index, count);
+    } else {
+        for (const quint32 index : indices)
+            usable &= index < count;
     }
     return usable;
 }
@@ -81,7 +88,8 @@ void selectUsableObjFaces(const ObjMesh &mesh, const QString &fileName, std::vec
     const size_t faceCount = mesh.cornerCounts.size();
     kept.assign(faceCount, 1);
     // kNoIndex is never below a count, so a missing position fails the first test too.
-    if (positions.count < ObjCorner::kNoIndex && allCornersUsable(mesh, positions, texCoords, normals))
+    if (positions.count < ObjCorner::kNoIndex && allUsable(mesh.positionIndices, positions.count, false)
+        && allUsable(mesh.texCoordIndices, texCoords.count, true) && allUsable(mesh.normalIndices, normals.count, true))
         return;
     size_t corner = 0;
     quint64 skippedCount = 0;

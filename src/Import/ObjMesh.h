@@ -23,7 +23,9 @@ struct ObjMaterialUse
 //
 // Corners hold the indices the reader resolved, one array per kind; a normal or
 // texture-coordinate index of a face read before the first line of that kind is kNoIndex.
-// Nothing here is range-checked.
+// The normal and texture-coordinate index arrays stay empty for as long as no line of their
+// kind has been read (most files have no normals or no texture coordinates at all), and hold
+// one index per corner from then on. Nothing here is range-checked.
 struct ObjMesh
 {
     PodArray<float> positions; // x, y, z per "v" line
@@ -32,8 +34,8 @@ struct ObjMesh
     std::vector<ObjLineType> attributeOrder; // Vertex, Normal, TexCoord in order of first line
     PodArray<quint32> cornerCounts; // per face
     PodArray<quint32> positionIndices; // per corner, face after face
-    PodArray<quint32> normalIndices; // per corner
-    PodArray<quint32> texCoordIndices; // per corner
+    PodArray<quint32> normalIndices; // per corner, or empty while there are no normals
+    PodArray<quint32> texCoordIndices; // per corner, or empty while there are no texture coordinates
     PodArray<qint64> faceLines; // per face, its 1-based line number
     QStringList libraries; // absolute paths of the "mtllib" lines, in order
     QStringList materialNames; // distinct "usemtl" names, in order of first use

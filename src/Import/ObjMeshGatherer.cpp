@@ -7,9 +7,12 @@ namespace Vardune::Qel {
 
 void ObjMeshGatherer::dropCorners(size_t firstCorner)
 {
+    // An index array that exists holds one index per corner.
     _mesh.positionIndices.resize(firstCorner);
-    _mesh.texCoordIndices.resize(firstCorner);
-    _mesh.normalIndices.resize(firstCorner);
+    if (!_mesh.texCoordIndices.empty())
+        _mesh.texCoordIndices.resize(firstCorner);
+    if (!_mesh.normalIndices.empty())
+        _mesh.normalIndices.resize(firstCorner);
 }
 
 void ObjMeshGatherer::addFace(size_t firstCorner, qint64 line)

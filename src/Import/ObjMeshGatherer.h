@@ -4,6 +4,8 @@
 
 #include <QHash>
 
+#include <algorithm>
+
 namespace Vardune::Qel {
 
 // Appends the lines of one OBJ file, as they are read, to an ObjMesh: values, face corners,
@@ -27,6 +29,8 @@ public:
             : type == ObjLineType::Normal                     ? _mesh.normals
                                                               : _mesh.texCoords;
         noteAttribute(type);
+        if (target.empty() && type != ObjLineType::Vertex)
+            startIndices(type == ObjLineType::Normal ? _mesh.normalIndices : _mesh.texCoordIndices);
         target.append(values, type == ObjLineType::TexCoord ? 2 : 3);
     }
 
@@ -43,8 +47,10 @@ public:
     void addCorner(quint32 position, quint32 texCoord, quint32 normal)
     {
         _mesh.positionIndices.push_back(position);
-        _mesh.texCoordIndices.push_back(_mesh.texCoords.empty() ? ObjCorner::kNoIndex : texCoord);
-        _mesh.normalIndices.push_back(_mesh.normals.empty() ? ObjCorner::kNoIndex : normal);
+        if (!_mesh.texCoords.empty())
+            _mesh.texCoordIndices.push_back(texCoord);
+        if (!_mesh.normals.empty())
+            _mesh.normalIndices.push_back(normal);
     }
     void dropCorners(size_t firstCorner);
     // Closes the face whose corners were added since `firstCorner`.
@@ -54,6 +60,13 @@ public:
     void useMaterial(const QString &name);
 
 private:
+    // The first line of a kind: the corners read before it get no index of that kind.
+    void startIndices(PodArray<quint32> &indices)
+    {
+        const size_t missing = cornerTotal();
+        indices.resize(missing);
+        std::fill(indices.begin(), indices.end(), ObjCorner::kNoIndex);
+    }
     void noteAttribute(ObjLineType type)
     {
         const unsigned bit = 1u << unsigned(type);

@@ -132,6 +132,11 @@ bool readObjMesh(const QString &path, ObjMesh &mesh)
             mesh.libraries.append(QDir::isRelativePath(name) ? directory.absoluteFilePath(name) : name);
         }
     }
+    // The gathered form has no index array for a kind without lines.
+    if (gathering.normals == 0)
+        mesh.normalIndices.release();
+    if (gathering.texCoords == 0)
+        mesh.texCoordIndices.release();
     return true;
 }
 

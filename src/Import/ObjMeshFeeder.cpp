@@ -64,6 +64,15 @@ struct ObjMeshHandOver
         builder.addValuesToVertexAttribute(name, values.size(), values.data(), GLType::Float);
         builder.addIndicesToVertexAttribute(name, indices.size(), indices.data());
     }
+
+    static void cornerCounts(ModelBuilder &builder, PodArray<quint32> &counts)
+    {
+        if (builder.makesModelDataArrays() && builder._verticesPerFace->isEmpty()) {
+            builder.adoptVertexCountsOfFaces(counts.takeBytes());
+            return;
+        }
+        builder.addVertexCountsToFaces(counts.size(), counts.data());
+    }
 };
 
 namespace {
@@ -98,15 +107,17 @@ void feedAttribute(const AttributeSource &source, const ObjMesh &mesh, const std
     ObjMeshHandOver::attribute(builder, source.name, source.components, *source.values, indices);
 }
 
-void feedCornerCounts(const ObjMesh &mesh, const std::vector<quint8> &kept, ModelBuilder &builder)
+// The mesh's counts are handed over when every face is kept.
+void feedCornerCounts(ObjMesh &mesh, const std::vector<quint8> &kept, bool everyFaceKept, ModelBuilder &builder)
 {
-    std::vector<quint32> counts;
-    counts.reserve(kept.size());
-    for (size_t face = 0; face < kept.size(); ++face) {
-        if (kept[face])
-            counts.push_back(mesh.cornerCounts[face]);
+    PodArray<quint32> selected;
+    if (!everyFaceKept) {
+        for (size_t face = 0; face < kept.size(); ++face) {
+            if (kept[face])
+                selected.push_back(mesh.cornerCounts[face]);
+        }
     }
-    builder.addVertexCountsToFaces(counts.size(), counts.data());
+    ObjMeshHandOver::cornerCounts(builder, everyFaceKept ? mesh.cornerCounts : selected);
 }
 
 // Kept faces of one run have consecutive numbers, so each run is one range of face numbers.
@@ -142,8 +153,8 @@ void feedObjMesh(ObjMesh &mesh, const std::vector<quint8> &kept, const QStringLi
     const bool everyFaceKept = keepsEveryFace(kept);
     for (ObjLineType type : mesh.attributeOrder)
         feedAttribute(attributeSource(type, mesh), mesh, kept, everyFaceKept, builder);
-    feedCornerCounts(mesh, kept, builder);
     feedGroups(mesh, kept, runGroups, builder);
+    feedCornerCounts(mesh, kept, everyFaceKept, builder);
 
     if (!builder.hasVertexAttribute(ObjModelNames::normals()))
         builder.generateNormals(ObjModelNames::normals());

@@ -77,6 +77,11 @@ void ModelBuilder::adoptVertexAttribute(const QString &name, int componentsPerVe
     attribute.componentsPerVertex = componentsPerVertex;
 }
 
+void ModelBuilder::adoptVertexCountsOfFaces(QByteArray &&cornerCounts)
+{
+    _verticesPerFace.reset(new ModelDataArray(kIndexType, std::move(cornerCounts)));
+}
+
 void ModelBuilder::createVertexAttribute(const QString &name, int componentsPerVertex, unsigned int type,
                                          size_t valueCount, size_t indexCount)
 {

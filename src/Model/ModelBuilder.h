@@ -126,6 +126,8 @@ private:
     // builder that makesModelDataArrays(), so that every stream is still one of its allocator's.
     void adoptVertexAttribute(const QString &name, int componentsPerVertex, unsigned int type, QByteArray &&values,
                               QByteArray &&indices);
+    // Likewise the corner counts of every face, for a builder that has no face yet.
+    void adoptVertexCountsOfFaces(QByteArray &&cornerCounts);
 
     void buildGPUFriendlyStreams(bool mergeByIndices);
     void optimizeGPUStreams();

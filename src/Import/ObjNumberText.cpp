@@ -12,6 +12,7 @@
 #include <QString>
 
 #include <charconv>
+#include <cstddef>
 #include <cmath>
 #include <cstdint>
 #include <limits>
@@ -29,7 +30,30 @@ constexpr int kIntegerDigits = 18; // below 2^63
 
 bool isDigit(char c)
 {
-    return c >= '0' && c <= '9';
+    return static_cast<unsigned char>(c - '0') < 10;
+}
+
+// Accumulates the digits from p on into `mantissa` (wrapping past 2^64); returns where they end.
+const char *readDigits(const char *p, const char *end, uint64_t &mantissa)
+{
+    for (; p != end && isDigit(*p); ++p)
+        mantissa = mantissa * 10 + uint64_t(*p - '0');
+    return p;
+}
+
+// Digits of [begin, end), a point skipped, that are not leading zeros.
+ptrdiff_t significantDigitCount(const char *begin, const char *end)
+{
+    ptrdiff_t leadingZeros = 0;
+    ptrdiff_t digits = 0;
+    for (const char *p = begin; p != end; ++p) {
+        if (*p == '.')
+            continue;
+        ++digits;
+        if (*p == '0' && leadingZeros + 1 == digits)
+            ++leadingZeros;
+    }
+    return digits - leadingZeros;
 }
 
 // The double that QLocale's conversion gives for plain decimal text; false for any other text
@@ -43,24 +67,20 @@ bool plainDecimalToDouble(const char *begin, const char *end, double &result)
     const char *numberStart = p;
 
     uint64_t mantissa = 0;
-    int significantDigits = 0;
-    int exponent = 0;
-    int digits = 0;
-    for (; p != end && isDigit(*p); ++p, ++digits) {
-        if (mantissa != 0 || *p != '0')
-            ++significantDigits;
-        mantissa = mantissa * 10 + uint64_t(*p - '0');
-    }
+    const char *integerEnd = readDigits(p, end, mantissa);
+    ptrdiff_t digits = integerEnd - p;
+    ptrdiff_t exponent = 0;
+    p = integerEnd;
     if (p != end && *p == '.') {
-        for (++p; p != end && isDigit(*p); ++p, ++digits) {
-            if (mantissa != 0 || *p != '0')
-                ++significantDigits;
-            mantissa = mantissa * 10 + uint64_t(*p - '0');
-            --exponent;
-        }
+        const char *fractionEnd = readDigits(p + 1, end, mantissa);
+        exponent = -(fractionEnd - (p + 1));
+        digits -= exponent;
+        p = fractionEnd;
     }
     if (digits == 0)
         return false;
+    // Only a long digit string can have wrapped the mantissa.
+    const bool fitsMantissa = digits <= kMantissaDigits || significantDigitCount(numberStart, p) <= kMantissaDigits;
     if (p != end && (*p == 'e' || *p == 'E')) {
         ++p;
         const bool negativeExponent = p != end && *p == '-';
@@ -76,7 +96,7 @@ bool plainDecimalToDouble(const char *begin, const char *end, double &result)
     if (p != end)
         return false;
 
-    if (significantDigits <= kMantissaDigits && mantissa <= kLargestExactMantissa && exponent >= -kLargestExactPower
+    if (fitsMantissa && mantissa <= kLargestExactMantissa && exponent >= -kLargestExactPower
         && exponent <= kLargestExactPower) {
         const double magnitude
             = exponent < 0 ? double(mantissa) / kPowersOfTen[-exponent] : double(mantissa) * kPowersOfTen[exponent];

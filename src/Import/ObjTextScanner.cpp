@@ -158,6 +158,34 @@ private:
     // or third field is 0, fields after the third are ignored.
     static bool readCorner(const char *word, const char *end, qint32 *numbers)
     {
+        return readPlainCorner(word, end, numbers) || readAnyCorner(word, end, numbers);
+    }
+
+    // The usual corner, fields of an optional '-' and up to nine digits, read in one pass; false,
+    // with nothing decided, for anything else.
+    static bool readPlainCorner(const char *p, const char *end, qint32 *numbers)
+    {
+        constexpr ptrdiff_t kMostDigits = 9; // below 2^31
+        for (int field = 0; field < 3; ++field) {
+            const bool negative = p != end && *p == '-';
+            p += negative ? 1 : 0;
+            const char *digits = p;
+            qint32 value = 0;
+            for (; p != end && static_cast<unsigned char>(*p - '0') < 10 && p - digits < kMostDigits; ++p)
+                value = value * 10 + (*p - '0');
+            const bool fieldEnds = p == end || *p == '/';
+            if (!fieldEnds || (p == digits && (field == 0 || negative)))
+                return false;
+            numbers[field] = negative ? -value : value;
+            if (p == end)
+                return true;
+            ++p;
+        }
+        return true;
+    }
+
+    static bool readAnyCorner(const char *word, const char *end, qint32 *numbers)
+    {
         const char *fieldStart = word;
         for (int field = 0; field < 3; ++field) {
             const auto *slash = static_cast<const char *>(std::memchr(fieldStart, '/', size_t(end - fieldStart)));

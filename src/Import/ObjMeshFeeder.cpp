@@ -120,21 +120,30 @@ void feedCornerCounts(ObjMesh &mesh, const std::vector<quint8> &kept, bool every
     ObjMeshHandOver::cornerCounts(builder, everyFaceKept ? mesh.cornerCounts : selected);
 }
 
+// Adds the face numbers [first, first + count) to a group, a small reused block at a time.
+void addFaceRange(ModelBuilder &builder, const QString &group, quint32 first, quint32 count)
+{
+    constexpr quint32 kBlock = 4096;
+    quint32 numbers[kBlock];
+    for (quint32 done = 0; done < count;) {
+        const quint32 block = std::min(kBlock, count - done);
+        std::iota(numbers, numbers + block, first + done);
+        builder.addFacesToMaterialGroup(group, block, numbers, QString());
+        done += block;
+    }
+}
+
 // Kept faces of one run have consecutive numbers, so each run is one range of face numbers.
 void feedGroups(
     const ObjMesh &mesh, const std::vector<quint8> &kept, const QStringList &runGroups, ModelBuilder &builder)
 {
-    std::vector<quint32> faceNumbers;
     quint32 nextNumber = 0;
     for (size_t run = 0; run < mesh.materialUses.size(); ++run) {
         const size_t first = mesh.materialUses[run].firstFace;
         const size_t end = run + 1 < mesh.materialUses.size() ? mesh.materialUses[run + 1].firstFace : kept.size();
         const auto keptInRun = static_cast<quint32>(std::count(kept.begin() + first, kept.begin() + end, 1));
-        if (keptInRun > 0 && !runGroups.at(run).isNull()) {
-            faceNumbers.resize(keptInRun);
-            std::iota(faceNumbers.begin(), faceNumbers.end(), nextNumber);
-            builder.addFacesToMaterialGroup(runGroups.at(run), keptInRun, faceNumbers.data(), QString());
-        }
+        if (keptInRun > 0 && !runGroups.at(run).isNull())
+            addFaceRange(builder, runGroups.at(run), nextNumber, keptInRun);
         nextNumber += keptInRun;
     }
 }

@@ -112,12 +112,10 @@ class TestUpload : public QObject
 
 private slots:
     void texturedCubeReachesTheGPU();
-    void generatedNormalsPointInward();
     void indexTypeFollowsVertexCount_data();
     void indexTypeFollowsVertexCount();
     void groupsBecomeDraws_data();
     void groupsBecomeDraws();
-    void secondUploadReusesPreparation();
     void groupsWithoutTrianglesStillGetACommand();
     void contractViolationsAreRefused_data();
     void contractViolationsAreRefused();
@@ -133,6 +131,8 @@ void TestUpload::texturedCubeReachesTheGPU()
     QEL_REQUIRE_GL(gl);
     ModelBuilder builder(nullptr, 0x3);
     feedCube(builder);
+    builder.generateNormals(QStringLiteral("va_Normal"));
+    MessageCapture capture;
     GPUModel model;
     upload(builder, &model);
 
@@ -148,6 +148,7 @@ void TestUpload::texturedCubeReachesTheGPU()
     const QList<unsigned short> indices = elementsOf<unsigned short>(first->indexBuffer()->readBack());
     const QList<float> positions = elementsOf<float>(uploadedValues(model, QStringLiteral("va_Vertex")));
     const QList<float> texCoords = elementsOf<float>(uploadedValues(model, QStringLiteral("va_TexCoord")));
+    const QList<float> normals = elementsOf<float>(uploadedValues(model, QStringLiteral("va_Normal")));
     QCOMPARE(texCoords.size(), 40);
 
     // Each group's stretch of the shared index buffer draws its quads as (0, 1, 3), (1, 2, 3).
@@ -175,25 +176,8 @@ void TestUpload::texturedCubeReachesTheGPU()
         QCOMPARE(draw.buffers->indexBuffer(), model.draw(0).buffers->indexBuffer());
         QCOMPARE(draw.materials->name(), QStringLiteral("OBJMaterial"));
     }
-}
 
-void TestUpload::generatedNormalsPointInward()
-{
-    GLTestContext gl;
-    QEL_REQUIRE_GL(gl);
-    ModelBuilder builder;
-    feedCube(builder);
-    builder.generateNormals(QStringLiteral("va_Normal"));
-    GPUModel model;
-    upload(builder, &model);
-    const auto &attributes = ModelBuilderInspector::vertexAttributes(builder);
-    QCOMPARE(attributes[QStringLiteral("va_Normal")].gpuIndices, attributes[QStringLiteral("va_Vertex")].gpuIndices);
-
-    const QList<float> positions = elementsOf<float>(uploadedValues(model, QStringLiteral("va_Vertex")));
-    const QList<float> texCoords = elementsOf<float>(uploadedValues(model, QStringLiteral("va_TexCoord")));
-    const QList<float> normals = elementsOf<float>(uploadedValues(model, QStringLiteral("va_Normal")));
-    QCOMPARE(normals, elementsOf<float>(attributes[QStringLiteral("va_Normal")].gpuValues));
-
+    // Generated normals point inward (the faces run counter-clockwise seen from outside).
     const float third = 1.0f / std::hypot(1.0f, 1.0f, 1.0f);
     const float half = 1.0f / std::hypot(1.0f, 1.0f);
     const float capCorner = -half / std::hypot(half, half, half);
@@ -213,6 +197,23 @@ void TestUpload::generatedNormalsPointInward()
             for (int axis = 0; axis < 3; ++axis)
                 QCOMPARE(n[axis], n[axis] == 0 ? 0.0f : (p[axis] == 0 ? 1.0f : -1.0f));
         }
+    }
+    auto &attributes = ModelBuilderInspector::vertexAttributes(builder);
+    QCOMPARE(attributes[QStringLiteral("va_Normal")].gpuIndices, attributes[QStringLiteral("va_Vertex")].gpuIndices);
+
+    // A second upload reuses the preparation: no second weld, the same streams, the same draws.
+    const QSharedPointer<ModelDataStream> triangles = ModelBuilderInspector::triangleIndices(builder);
+    const QSharedPointer<ModelDataStream> normalValues = attributes[QStringLiteral("va_Normal")].gpuValues;
+    GPUModel second;
+    upload(builder, &second);
+    QCOMPARE(capture.texts(QtDebugMsg).filter(QStringLiteral("Vertices Map")).size(), 1);
+    QCOMPARE(ModelBuilderInspector::triangleIndices(builder), triangles);
+    QCOMPARE(attributes[QStringLiteral("va_Normal")].gpuValues, normalValues);
+    QCOMPARE(second.drawCount(), model.drawCount());
+    for (int d = 0; d < model.drawCount(); ++d) {
+        QCOMPARE(second.draw(d).materialNames, model.draw(d).materialNames);
+        QCOMPARE(second.draw(d).buffers->drawElementsIndirectCommands(),
+                 model.draw(d).buffers->drawElementsIndirectCommands());
     }
 }
 
@@ -321,31 +322,6 @@ void TestUpload::groupsBecomeDraws()
     QCOMPARE(names, QStringList({ "group1", "group2", "group3" }));
     // The groups' stretches follow one another without gaps.
     QCOMPARE(firstIndices, QList<unsigned int>({ 0, 3, 6 }));
-}
-
-void TestUpload::secondUploadReusesPreparation()
-{
-    GLTestContext gl;
-    QEL_REQUIRE_GL(gl);
-    ModelBuilder builder(nullptr, 0x3);
-    feedCube(builder);
-    builder.generateNormals(QStringLiteral("va_Normal"));
-    MessageCapture capture;
-    GPUModel first, second;
-    upload(builder, &first);
-    const QSharedPointer<ModelDataStream> triangles = ModelBuilderInspector::triangleIndices(builder);
-    const QSharedPointer<ModelDataStream> normals
-        = ModelBuilderInspector::vertexAttributes(builder)[QStringLiteral("va_Normal")].gpuValues;
-    upload(builder, &second);
-    QCOMPARE(capture.texts(QtDebugMsg).filter(QStringLiteral("Vertices Map")).size(), 1);
-    QCOMPARE(ModelBuilderInspector::triangleIndices(builder), triangles);
-    QCOMPARE(ModelBuilderInspector::vertexAttributes(builder)[QStringLiteral("va_Normal")].gpuValues, normals);
-    QCOMPARE(second.drawCount(), first.drawCount());
-    for (int d = 0; d < first.drawCount(); ++d) {
-        QCOMPARE(second.draw(d).materialNames, first.draw(d).materialNames);
-        QCOMPARE(second.draw(d).buffers->drawElementsIndirectCommands(),
-                 first.draw(d).buffers->drawElementsIndirectCommands());
-    }
 }
 
 void TestUpload::groupsWithoutTrianglesStillGetACommand()

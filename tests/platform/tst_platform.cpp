@@ -23,6 +23,7 @@ private slots:
     void bufferUploadsAreReadBack_data();
     void bufferUploadsAreReadBack();
     void bufferRefusesNegativeCount();
+    void vertexArrayRecordsAttributesAndIndices();
     void colorTextureHoldsItsColour();
     void registryKeepsTheFirstPlanOfAName();
     void modelDeletesWhatItOwns();
@@ -85,6 +86,35 @@ void TestPlatform::bufferRefusesNegativeCount()
     QVERIFY(buffer.uploadGLuintData(&value, 1, 0x88E4));
     QVERIFY(!buffer.uploadGLuintData(&value, -1, 0x88E4));
     QCOMPARE(buffer.byteSize(), 4);
+}
+
+void TestPlatform::vertexArrayRecordsAttributesAndIndices()
+{
+    GLTestContext gl;
+    QEL_REQUIRE_GL(gl);
+    auto device = OpenGLDeviceContext::current();
+    DrawBuffers draw;
+    draw.setVAO(device->createVertexArrayObject());
+    const auto vao = draw.VAO();
+    auto texCoords = device->createBufferObject();
+    vao->registerBO(QStringLiteral("va_Vertex"), device->createBufferObject(), 3, 0x1406);
+    vao->registerBO(QStringLiteral("va_TexCoord"), texCoords, 2, 0x1406);
+    QCOMPARE(vao->attributeLocation(QStringLiteral("va_TexCoord")), 1);
+    QCOMPARE(vao->attributeLocation(QStringLiteral("va_Normal")), -1);
+    auto indices = device->createBufferObject();
+    draw.setIndexedDraw(indices, 6, 0x1403);
+
+    GLint enabled = 0, components = 0, buffer = 0, bound = 0;
+    gl.functions()->glGetVertexArrayIndexediv(vao->arrayId(), 1, GL_VERTEX_ATTRIB_ARRAY_ENABLED, &enabled);
+    gl.functions()->glGetVertexArrayIndexediv(vao->arrayId(), 1, GL_VERTEX_ATTRIB_ARRAY_SIZE, &components);
+    gl.functions()->glGetVertexArrayiv(vao->arrayId(), GL_ELEMENT_ARRAY_BUFFER_BINDING, &bound);
+    vao->bind();
+    gl.functions()->glGetVertexAttribiv(1, GL_VERTEX_ATTRIB_ARRAY_BUFFER_BINDING, &buffer);
+    vao->unbind();
+    QCOMPARE(enabled, 1);
+    QCOMPARE(components, 2);
+    QCOMPARE(static_cast<unsigned int>(buffer), texCoords->bufferId());
+    QCOMPARE(static_cast<unsigned int>(bound), indices->bufferId());
 }
 
 void TestPlatform::colorTextureHoldsItsColour()

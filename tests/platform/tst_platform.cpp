@@ -3,7 +3,6 @@
 #include <QelGL/BufferObject.h>
 #include <QelGL/DrawBuffers.h>
 #include <QelGL/GPUModel.h>
-#include <QelGL/InstanceData.h>
 #include <QelGL/InstanceDataCollection.h>
 #include <QelGL/InstanceDataRegistry.h>
 #include <QelGL/OpenGLDeviceContext.h>

@@ -9,20 +9,32 @@
 
 #include <QTest>
 
-using namespace Vardune::Qel;
+#include <charconv>
+#include <cstring>
 
-using Floats = QList<float>;
+using namespace Vardune::Qel;
 
 namespace {
 
-QByteArray bytesOf(const Floats &values)
+// A material as "member=value" words in member order: numbers in the shortest form that reads
+// back as the same float, texture paths with `dir` written as DIR.
+QString describe(const InstanceData &material, const QString &dir = QString())
 {
-    return QByteArray(reinterpret_cast<const char *>(values.constData()), values.size() * qsizetype(sizeof(float)));
-}
-
-InstanceData materialOf(ModelBuilder &builder, const QString &name)
-{
-    return ModelBuilderInspector::materialGroups(builder).value(name).material;
+    QStringList words;
+    for (const QString &member : material.memberNames()) {
+        const QByteArray bytes = material.value(member);
+        QStringList numbers;
+        for (qsizetype at = 0; at + 4 <= bytes.size(); at += 4) {
+            float value;
+            std::memcpy(&value, bytes.constData() + at, 4);
+            char text[32];
+            numbers << QString::fromLatin1(text, std::to_chars(text, text + sizeof text, value).ptr - text);
+        }
+        const QString path = material.texturePath(member);
+        words << member + u'=' + (bytes.isNull() ? (dir.isEmpty() ? path : QString(path).replace(dir, "DIR"))
+                                                 : numbers.join(u','));
+    }
+    return words.join(u' ');
 }
 
 } // namespace
@@ -33,18 +45,11 @@ class TestMtlReader : public QObject
 
 private slots:
     void initTestCase();
-    void materialsBecomeGroupsInDefinitionOrder();
-    void linesSetMaterialMembers_data();
-    void linesSetMaterialMembers();
-    void firstDefinitionOfANameWins();
-    void everyMaterialStartsClearedWithOpaqueDissolve();
-    void newmtlWithoutNameKeepsChangingThePreviousMaterial();
-    void libraryWithoutMaterialsAddsNothing_data();
-    void libraryWithoutMaterialsAddsNothing();
-    void missingLibraryFails();
+    void librariesBecomeGroups_data();
+    void librariesBecomeGroups();
+    void missingLibraryFailsSilently();
     void materialPlanIsRegisteredOnce();
-    void defaultMaterialValues();
-    void defaultMaterialSharesOneWhiteTexture();
+    void defaultMaterial();
 
 private:
     ObjTestFiles _files;
@@ -57,136 +62,67 @@ void TestMtlReader::initTestCase()
     QOpenGLContext::currentContext();
 }
 
-void TestMtlReader::materialsBecomeGroupsInDefinitionOrder()
+void TestMtlReader::librariesBecomeGroups_data()
 {
-    const QString path = _files.write(QStringLiteral("colours.mtl"), "newmtl red\nKd 1 0 0\nnewmtl blue\nKd 0 0 1\n");
-    ModelBuilder builder;
-    builder.createMaterialGroup(QStringLiteral("<default>"), makeDefaultMaterial(), -1, 0);
-    QVERIFY(loadMaterialLibrary(path, builder));
+    QTest::addColumn<QByteArrayList>("libraries"); // read in turn into one builder
+    QTest::addColumn<QStringList>("groups");       // besides "<default>", as "name#id: material"
 
-    QCOMPARE(ModelBuilderInspector::materialGroups(builder).size(), 3);
-    QCOMPARE(builder.materialGroupId(QStringLiteral("blue")), 2);
-    for (const auto &[name, kd] :
-        { std::pair { "red", Floats { 1, 0, 0 } }, std::pair { "blue", Floats { 0, 0, 1 } } }) {
-        InstanceData expected(QStringLiteral("OBJMaterial"));
-        expected.set(QStringLiteral("Kd"), kd.constData(), 12);
-        expected.set(QStringLiteral("d"), bytesOf({ 1 }).constData(), 4);
-        QCOMPARE(materialOf(builder, QLatin1StringView(name)), expected);
+    const auto row = [](const char *tag, const QByteArray &lines, const QStringList &groups) {
+        QTest::newRow(tag) << QByteArrayList { "newmtl m\n" + lines + "\n" } << groups;
+    };
+    QTest::newRow("definition order") << QByteArrayList { "newmtl red\nKd 1 0 0\nnewmtl blue\nKd 0 0 1\n" }
+                                      << QStringList { "red#1: Kd=1,0,0 d=1", "blue#2: Kd=0,0,1 d=1" };
+    // The "<default>" group made before the first library is kept.
+    QTest::newRow("first definition wins")
+        << QByteArrayList { "newmtl red\nKd 1 0 0\nnewmtl red\nKd 0 1 0\n", "newmtl <default>\nKd 0 0 0\nnewmtl red\nd 0\n" }
+        << QStringList { "red#1: Kd=1,0,0 d=1" };
+    QTest::newRow("every material starts cleared")
+        << QByteArrayList { "Kd 1 0 0\nd 0.5\nnewmtl glass\nd 0.5\nKs 1 1 1\nmap_Kd g.png\nnewmtl wood\n" }
+        << QStringList { "glass#1: Ks=1,1,1 d=0.5 map_Kd=DIR/g.png", "wood#2: d=1" };
+    QTest::newRow("nameless newmtl keeps the previous material")
+        << QByteArrayList { "newmtl a\nKd 1 0 0\nnewmtl\nKd 0 1 0\n" } << QStringList { "a#1: Kd=0,1,0 d=1" };
+    QTest::newRow("no material") << QByteArrayList { "", "# newmtl hidden\n   # more\n\n", "Kd 1 0 0\nNs 10\n",
+                                                     "newmtl\nKd 1 0 0\n" }
+                                 << QStringList();
+    row("Ka", "Ka 0.1 0.2 0.3", { "m#1: Ka=0.1,0.2,0.3 d=1" });
+    row("Kd with comment", "Kd 1 1 1 # white", { "m#1: Kd=1,1,1 d=1" });
+    row("Ks, extra words", "Ks 0.5 0.5 0.5 1", { "m#1: Ks=0.5,0.5,0.5 d=1" });
+    row("Ns indented", "   Ns 96.0", { "m#1: Ns=96 d=1" });
+    row("d", "d 0.25", { "m#1: d=0.25" });
+    row("Kd with two numbers", "Kd 1 1", { "m#1: d=1" });
+    row("Ks with a word", "Ks 1 x 1", { "m#1: d=1" });
+    row("lower-case ns", "ns 96", { "m#1: d=1" });
+    row("Ke is not read", "Ke 1 1 1\nmap_Ke glow.png", { "m#1: d=1" });
+    row("map_Kd relative", "map_Kd textures/wood.png", { "m#1: d=1 map_Kd=DIR/textures/wood.png" });
+    row("map_Ks absolute", "map_Ks /images/s.png", { "m#1: d=1 map_Ks=/images/s.png" });
+    row("map_Ka and map_Ns", "map_Ka a.png\nmap_Ns n.png", { "m#1: d=1 map_Ka=DIR/a.png map_Ns=DIR/n.png" });
+    row("map_Ks without path", "map_Ks   ", { "m#1: d=1" });
+    row("option taken for the path", "map_Kd -s 1 1 1 wood.png", { "m#1: d=1 map_Kd=DIR/-s" });
+}
+
+void TestMtlReader::librariesBecomeGroups()
+{
+    QFETCH(QByteArrayList, libraries);
+    QFETCH(QStringList, groups);
+
+    ModelBuilder builder;
+    builder.createMaterialGroup(QStringLiteral("<default>"), InstanceData(), -1, 0);
+    for (qsizetype i = 0; i < libraries.size(); ++i)
+        QVERIFY(loadMaterialLibrary(_files.write(QStringLiteral("library%1.mtl").arg(i), libraries[i]), builder));
+
+    const QString dir = QFileInfo(_files.path(QStringLiteral("x"))).absolutePath();
+    const auto &made = ModelBuilderInspector::materialGroups(builder);
+    QStringList described(made.size() - 1);
+    for (auto group = made.cbegin(); group != made.cend(); ++group) {
+        if (group.key() == u"<default>")
+            QCOMPARE(group->material, InstanceData());
+        else if (group->id >= 1 && group->id < made.size())
+            described[group->id - 1] = QStringLiteral("%1#%2: %3").arg(group.key()).arg(group->id).arg(describe(group->material, dir));
     }
+    QCOMPARE(described, groups);
 }
 
-void TestMtlReader::linesSetMaterialMembers_data()
-{
-    QTest::addColumn<QByteArray>("lines");
-    QTest::addColumn<QString>("member"); // besides "d", or null for none
-    QTest::addColumn<QByteArray>("value");
-    QTest::addColumn<QString>("texturePath"); // with DIR for the library's directory
-
-    QTest::newRow("Ka") << QByteArray("Ka 0.1 0.2 0.3") << "Ka" << bytesOf({ 0.1f, 0.2f, 0.3f }) << QString();
-    QTest::newRow("Kd with comment") << QByteArray("Kd 1 1 1 # white") << "Kd" << bytesOf({ 1, 1, 1 }) << QString();
-    QTest::newRow("Ks, extra words") << QByteArray("Ks 0.5 0.5 0.5 1") << "Ks" << bytesOf({ 0.5f, 0.5f, 0.5f })
-                                     << QString();
-    QTest::newRow("Ns indented") << QByteArray("   Ns 96.0") << "Ns" << bytesOf({ 96 }) << QString();
-    QTest::newRow("d") << QByteArray("d 0.25") << "d" << bytesOf({ 0.25f }) << QString();
-    QTest::newRow("Kd with two numbers") << QByteArray("Kd 1 1") << QString() << QByteArray() << QString();
-    QTest::newRow("Ks with a word") << QByteArray("Ks 1 x 1") << QString() << QByteArray() << QString();
-    QTest::newRow("lower-case ns") << QByteArray("ns 96") << QString() << QByteArray() << QString();
-    QTest::newRow("Ke is not read") << QByteArray("Ke 1 1 1\nmap_Ke glow.png") << QString() << QByteArray()
-                                    << QString();
-    QTest::newRow("map_Kd relative") << QByteArray("map_Kd textures/wood.png") << "map_Kd" << QByteArray()
-                                     << "DIR/textures/wood.png";
-    QTest::newRow("map_Ks absolute") << QByteArray("map_Ks /images/s.png") << "map_Ks" << QByteArray()
-                                     << "/images/s.png";
-    QTest::newRow("map_Ka") << QByteArray("map_Ka a.png") << "map_Ka" << QByteArray() << "DIR/a.png";
-    QTest::newRow("map_Ns") << QByteArray("map_Ns n.png") << "map_Ns" << QByteArray() << "DIR/n.png";
-    QTest::newRow("map_Ks without path") << QByteArray("map_Ks   ") << QString() << QByteArray() << QString();
-    QTest::newRow("option taken for the path")
-        << QByteArray("map_Kd -s 1 1 1 wood.png") << "map_Kd" << QByteArray() << "DIR/-s";
-}
-
-void TestMtlReader::linesSetMaterialMembers()
-{
-    QFETCH(QByteArray, lines);
-    QFETCH(QString, member);
-    QFETCH(QByteArray, value);
-    QFETCH(QString, texturePath);
-
-    const QString path = _files.write(QStringLiteral("members.mtl"), "newmtl m\n" + lines + "\n");
-    ModelBuilder builder;
-    QVERIFY(loadMaterialLibrary(path, builder));
-    const InstanceData material = materialOf(builder, QStringLiteral("m"));
-
-    QStringList members { QStringLiteral("d") };
-    if (!member.isNull() && member != u"d")
-        members.append(member);
-    members.sort();
-    QCOMPARE(material.memberNames(), members);
-    if (!value.isNull())
-        QCOMPARE(material.value(member), value);
-    if (!texturePath.isNull())
-        QCOMPARE(material.texturePath(member), texturePath.replace("DIR", QFileInfo(path).absolutePath()));
-}
-
-void TestMtlReader::firstDefinitionOfANameWins()
-{
-    const QString first = _files.write(QStringLiteral("first.mtl"), "newmtl red\nKd 1 0 0\nnewmtl red\nKd 0 1 0\n");
-    const QString second = _files.write(QStringLiteral("second.mtl"), "newmtl <default>\nKd 0 0 0\nnewmtl red\nd 0\n");
-    ModelBuilder builder;
-    const InstanceData defaultMaterial = makeDefaultMaterial();
-    builder.createMaterialGroup(QStringLiteral("<default>"), defaultMaterial, -1, 0);
-    QVERIFY(loadMaterialLibrary(first, builder));
-    QVERIFY(loadMaterialLibrary(second, builder));
-
-    QCOMPARE(ModelBuilderInspector::materialGroups(builder).size(), 2);
-    QCOMPARE(builder.materialGroupId(QStringLiteral("red")), 1);
-    QCOMPARE(materialOf(builder, QStringLiteral("red")).value(QStringLiteral("Kd")), bytesOf({ 1, 0, 0 }));
-    QCOMPARE(materialOf(builder, QStringLiteral("red")).value(QStringLiteral("d")), bytesOf({ 1 }));
-    QCOMPARE(materialOf(builder, QStringLiteral("<default>")), defaultMaterial);
-}
-
-void TestMtlReader::everyMaterialStartsClearedWithOpaqueDissolve()
-{
-    const QString path = _files.write(QStringLiteral("reset.mtl"),
-        "Kd 1 0 0\nd 0.5\n" // before the first material: no effect
-        "newmtl glass\nd 0.5\nKs 1 1 1\nmap_Kd g.png\nnewmtl wood\n");
-    ModelBuilder builder;
-    QVERIFY(loadMaterialLibrary(path, builder));
-    const InstanceData glass = materialOf(builder, QStringLiteral("glass"));
-    QCOMPARE(glass.memberNames(), (QStringList { "Ks", "d", "map_Kd" }));
-    QCOMPARE(glass.value(QStringLiteral("d")), bytesOf({ 0.5f }));
-    const InstanceData wood = materialOf(builder, QStringLiteral("wood"));
-    QCOMPARE(wood.memberNames(), QStringList { "d" });
-    QCOMPARE(wood.value(QStringLiteral("d")), bytesOf({ 1 }));
-}
-
-void TestMtlReader::newmtlWithoutNameKeepsChangingThePreviousMaterial()
-{
-    const QString path = _files.write(QStringLiteral("noname.mtl"), "newmtl a\nKd 1 0 0\nnewmtl\nKd 0 1 0\n");
-    ModelBuilder builder;
-    QVERIFY(loadMaterialLibrary(path, builder));
-    QCOMPARE(ModelBuilderInspector::materialGroups(builder).keys(), QStringList { "a" });
-    QCOMPARE(materialOf(builder, QStringLiteral("a")).value(QStringLiteral("Kd")), bytesOf({ 0, 1, 0 }));
-}
-
-void TestMtlReader::libraryWithoutMaterialsAddsNothing_data()
-{
-    QTest::addColumn<QByteArray>("content");
-    QTest::newRow("empty") << QByteArray();
-    QTest::newRow("comments") << QByteArray("# newmtl hidden\n   # more\n\n");
-    QTest::newRow("values only") << QByteArray("Kd 1 0 0\nNs 10\n");
-    QTest::newRow("nameless material") << QByteArray("newmtl\nKd 1 0 0\n");
-}
-
-void TestMtlReader::libraryWithoutMaterialsAddsNothing()
-{
-    QFETCH(QByteArray, content);
-    const QString path = _files.write(QStringLiteral("nothing.mtl"), content);
-    ModelBuilder builder;
-    QVERIFY(loadMaterialLibrary(path, builder));
-    QVERIFY(ModelBuilderInspector::materialGroups(builder).isEmpty());
-}
-
-void TestMtlReader::missingLibraryFails()
+void TestMtlReader::missingLibraryFailsSilently()
 {
     ModelBuilder builder;
     MessageCapture capture;
@@ -215,29 +151,20 @@ void TestMtlReader::materialPlanIsRegisteredOnce()
                                      "map_Ke 0" }));
 }
 
-void TestMtlReader::defaultMaterialValues()
+void TestMtlReader::defaultMaterial()
 {
     const InstanceData material = makeDefaultMaterial();
     QCOMPARE(material.name(), QStringLiteral("OBJMaterial"));
-    QCOMPARE(material.memberNames(), (QStringList { "Ka", "Kd", "Ks", "Ns", "d", "map_Kd", "map_Ks" }));
-    QCOMPARE(material.value(QStringLiteral("Ka")), bytesOf({ 0, 0, 0 }));
-    const quint32 seventenths = 0x3F333333;
-    QCOMPARE(
-        material.value(QStringLiteral("Kd")), QByteArray(reinterpret_cast<const char *>(&seventenths), 4).repeated(3));
-    QCOMPARE(material.value(QStringLiteral("Ks")), bytesOf({ 1, 1, 1 }));
-    QCOMPARE(material.value(QStringLiteral("Ns")), bytesOf({ 10 }));
-    QCOMPARE(material.value(QStringLiteral("d")), bytesOf({ 1 }));
+    QCOMPARE(describe(material), QStringLiteral("Ka=0,0,0 Kd=0.7,0.7,0.7 Ks=1,1,1 Ns=10 d=1 map_Kd= map_Ks="));
     QCOMPARE(material.texture(QStringLiteral("map_Kd")), nullptr); // no context is current
-}
 
-void TestMtlReader::defaultMaterialSharesOneWhiteTexture()
-{
+    // With a context, one white texture serves both maps of every default material.
     GLTestContext gl;
     QEL_REQUIRE_GL(gl);
-    const InstanceData material = makeDefaultMaterial();
-    Texture *white = material.texture(QStringLiteral("map_Kd"));
+    const InstanceData withContext = makeDefaultMaterial();
+    Texture *white = withContext.texture(QStringLiteral("map_Kd"));
     QVERIFY(white);
-    QCOMPARE(material.texture(QStringLiteral("map_Ks")), white);
+    QCOMPARE(withContext.texture(QStringLiteral("map_Ks")), white);
     QCOMPARE(makeDefaultMaterial().texture(QStringLiteral("map_Kd")), white);
 }
 

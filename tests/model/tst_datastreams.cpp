@@ -45,8 +45,6 @@ class TestDataStreams : public QObject
 private slots:
     void typeSizes_data();
     void typeSizes();
-    void constructionSizes_data();
-    void constructionSizes();
     void appendAndResizeKeepLeadingElements();
     void setTypeKeepsCountAndBytes_data();
     void setTypeKeepsCountAndBytes();
@@ -71,32 +69,16 @@ void TestDataStreams::typeSizes()
     QFETCH(unsigned int, type);
     QFETCH(size_t, bytes);
     QCOMPARE(ModelDataStream::typeSize(type), bytes);
-}
-
-void TestDataStreams::constructionSizes_data()
-{
-    QTest::addColumn<unsigned int>("type");
-    QTest::addColumn<size_t>("count");
-    QTest::addColumn<size_t>("size");
-    QTest::addColumn<size_t>("byteCount");
-    QTest::newRow("default") << 0x1406u << size_t(0) << size_t(0) << size_t(0);
-    QTest::newRow("5 shorts") << 0x1403u << size_t(5) << size_t(5) << size_t(10);
-    QTest::newRow("3 doubles") << 0x140Au << size_t(3) << size_t(3) << size_t(24);
     // A type without an element size holds nothing, whatever the count.
-    QTest::newRow("3-byte code") << 0x1408u << size_t(7) << size_t(0) << size_t(0);
-}
-
-void TestDataStreams::constructionSizes()
-{
-    QFETCH(unsigned int, type);
-    QFETCH(size_t, count);
-    QFETCH(size_t, size);
-    QFETCH(size_t, byteCount);
-    const ModelDataArray array = count ? ModelDataArray(type, count) : ModelDataArray();
+    const ModelDataArray array(type, 5);
     QCOMPARE(array.type(), type);
-    QCOMPARE(array.size(), size);
-    QCOMPARE(array.byteCount(), byteCount);
-    QCOMPARE(array.isEmpty(), size == 0);
+    QCOMPARE(array.size(), bytes ? size_t(5) : size_t(0));
+    QCOMPARE(array.byteCount(), 5 * bytes);
+    QCOMPARE(array.isEmpty(), bytes == 0);
+
+    const ModelDataArray empty;
+    QCOMPARE(empty.type(), 0x1406u);
+    QVERIFY(empty.isEmpty());
 }
 
 void TestDataStreams::appendAndResizeKeepLeadingElements()

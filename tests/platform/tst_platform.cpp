@@ -3,7 +3,6 @@
 #include <QelGL/BufferObject.h>
 #include <QelGL/DrawBuffers.h>
 #include <QelGL/GPUModel.h>
-#include <QelGL/InstanceData.h>
 #include <QelGL/InstanceDataCollection.h>
 #include <QelGL/InstanceDataRegistry.h>
 #include <QelGL/OpenGLDeviceContext.h>
@@ -25,7 +24,6 @@ private slots:
     void bufferRefusesNegativeCount();
     void vertexArrayRecordsAttributesAndIndices();
     void colorTextureHoldsItsColour();
-    void instanceDataKeepsUndeclaredMembers();
     void registryKeepsTheFirstPlanOfAName();
     void modelDeletesWhatItOwns();
 };
@@ -129,20 +127,6 @@ void TestPlatform::colorTextureHoldsItsColour()
     QByteArray texel(4, '\0');
     gl.functions()->glGetTextureImage(red->textureId(), 0, GL_RGBA, GL_UNSIGNED_BYTE, 4, texel.data());
     QCOMPARE(texel, QByteArray("\xff\x00\x00\x80", 4));
-}
-
-void TestPlatform::instanceDataKeepsUndeclaredMembers()
-{
-    InstanceData material(QStringLiteral("OBJMaterial"));
-    const float ka[3] = { 0.25f, 0.5f, 1.0f };
-    material.set(QStringLiteral("Ka"), ka, sizeof ka);
-    material.setTexture(QStringLiteral("map_Ka"), QStringLiteral("/textures/a.png"));
-    InstanceData copy = material;
-    material.clear();
-    QCOMPARE(copy.value(QStringLiteral("Ka")), QByteArray(reinterpret_cast<const char *>(ka), sizeof ka));
-    QCOMPARE(copy.texturePath(QStringLiteral("map_Ka")), QStringLiteral("/textures/a.png"));
-    QCOMPARE(copy.memberNames(), QStringList({ QStringLiteral("Ka"), QStringLiteral("map_Ka") }));
-    QVERIFY(material.memberNames().isEmpty());
 }
 
 void TestPlatform::registryKeepsTheFirstPlanOfAName()

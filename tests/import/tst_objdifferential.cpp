@@ -394,6 +394,10 @@ void TestObjDifferential::textStartsReadAlike_data()
     // Long lines that the scanner reads.
     QTest::newRow("face longer than a read block") << "v 1 2 3\nf" + QByteArray(" 1").repeated(3 << 19) + after;
     QTest::newRow("material name longer than a read block") << "usemtl " + block + after;
+    QTest::newRow("UTF-16 lines of no type")
+        << utf16("#" + QString(1 << 16, u'w') + " x y\n  \u00A0vp" + QString(" 0.5").repeated(1 << 16)
+                + "\nv\u00A01 2 3\n\u2003v 1 2 3\n" + sample,
+               false);
     QTest::newRow("keyword cut by the end of a read block")
         << QByteArray((1 << 20) - 1, ' ') + "vn 0 0 1\nf 1//1 1//1 1//1" + after;
     QTest::newRow("keyword at the end of a read block")

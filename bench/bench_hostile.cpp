@@ -139,7 +139,8 @@ std::vector<Family> families()
                 obj.repeat(" 1.5", count * kMB);
                 obj.add("\nf 1 2 4\n");
             } },
-        { "one f line", "MB in one f line repeating 1 2 3 (a polygon of n/2 million corners)", 25,
+        // The polygon's triangulation dominates here, so the sizes are smaller.
+        { "one f line", "MB in one f line repeating 1 2 3 (a polygon of n/2 million corners)", 1,
             [](const QString &, qint64 count, Writer &obj) {
                 obj.add(kTriangle + "f");
                 obj.repeat(" 1 2 3", count * kMB);
@@ -184,6 +185,8 @@ std::vector<Single> singles()
         { "f 5555555550", kTriangle + "f 5555555550 1 2\nf 1 2 5555555550\n", {} },
         { "huge relative indices", kTriangle + "f -2147483648 -1 -2\nf -1/-2147483647/-2147483647 -2 -3\nf -4000000000 1 2\n",
             {} },
+        { "a number of 10 MB digits", "v 0 0 0\nv 1 0 0\nv 0 1 " + QByteArray(10 * kMB, '7') + "\nf 1 2 3\n", {} },
+        { "an index of 10 MB digits", kTriangle + "f 1 2 " + QByteArray(10 * kMB, '3') + "\n", {} },
         { "MTL holding only map_K", "mtllib lib.mtl\nusemtl m\n" + kTriangle, "map_K" },
         { "MTL holding only map_K and a line end", "mtllib lib.mtl\nusemtl m\n" + kTriangle, "map_K\n" },
     };

@@ -15,6 +15,7 @@
 #include <QTemporaryDir>
 
 #include <algorithm>
+#include <cmath>
 #include <cstdio>
 #include <cstring>
 #include <functional>
@@ -139,11 +140,23 @@ std::vector<Family> families()
                 obj.repeat(" 1.5", count * kMB);
                 obj.add("\nf 1 2 4\n");
             } },
-        // The polygon's triangulation dominates here, so the sizes are smaller.
-        { "one f line", "MB in one f line repeating 1 2 3 (a polygon of n/2 million corners)", 1,
+        // The polygon's triangulation dominates these two, so the sizes are smaller.
+        { "one f line", "corners of one f line repeating 1 2 3", 25000,
             [](const QString &, qint64 count, Writer &obj) {
                 obj.add(kTriangle + "f");
-                obj.repeat(" 1 2 3", count * kMB);
+                obj.repeat(" 1 2 3", 2 * count);
+                obj.add("\n");
+            } },
+        { "one f line, distinct points", "corners of one f line over as many points on a circle", 25000,
+            [](const QString &, qint64 count, Writer &obj) {
+                for (qint64 i = 0; i < count; ++i) {
+                    const double angle = 6.283185307179586 * double(i) / double(count);
+                    obj.add("v " + QByteArray::number(std::cos(angle), 'g', 9) + ' '
+                        + QByteArray::number(std::sin(angle), 'g', 9) + " 0\n");
+                }
+                obj.add("f");
+                for (qint64 i = 1; i <= count; ++i)
+                    obj.add(' ' + QByteArray::number(i));
                 obj.add("\n");
             } },
         { "one garbage line", "MB of random bytes without a line end, at the end of the file", 25,

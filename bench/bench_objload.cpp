@@ -15,6 +15,7 @@
 //   bench_objload file.obj...                       the comparison
 //   bench_objload --child LOADER file.obj           one measurement (used by the comparison)
 
+#include "ChildMeasurement.h"
 #include "LoadModelFromOBJFile.h"
 
 #include <QelGL/DrawBuffers.h>
@@ -31,10 +32,7 @@
 #include <cstring>
 #include <ctime>
 #include <string>
-#include <sys/resource.h>
 #include <sys/stat.h>
-#include <sys/wait.h>
-#include <unistd.h>
 #include <vector>
 
 #ifdef QELMODEL_HAVE_TINYOBJLOADER
@@ -228,32 +226,12 @@ struct Measurement
 // Runs one child and reads its line and its peak resident memory.
 bool measure(const char *self, const std::string &loader, const char *path, Measurement &result)
 {
-    int pipeEnds[2];
-    if (pipe(pipeEnds) != 0)
+    ChildMeasurement child;
+    if (!measureChild(self, { "--child", loader, path }, child))
         return false;
-    const pid_t child = fork();
-    if (child == 0) {
-        dup2(pipeEnds[1], STDOUT_FILENO);
-        close(pipeEnds[0]);
-        close(pipeEnds[1]);
-        execl(self, self, "--child", loader.c_str(), path, static_cast<char *>(nullptr));
-        _exit(127);
-    }
-    close(pipeEnds[1]);
-    char line[256] = {};
-    size_t length = 0;
-    ssize_t got = 0;
-    while (length + 1 < sizeof line && (got = read(pipeEnds[0], line + length, sizeof line - 1 - length)) > 0)
-        length += size_t(got);
-    close(pipeEnds[0]);
-    int status = 0;
-    rusage usage {};
-    wait4(child, &status, 0, &usage);
-    if (!WIFEXITED(status) || WEXITSTATUS(status) != 0)
-        return false;
-    result.peakMiB = double(usage.ru_maxrss) / 1024.0;
-    return std::sscanf(line, "%lf %lf %llu %llu", &result.wallMs, &result.cpuMs, &result.counts.triangles,
-               &result.counts.vertices)
+    result.peakMiB = child.peakMiB;
+    return std::sscanf(child.line.c_str(), "%lf %lf %llu %llu", &result.wallMs, &result.cpuMs,
+               &result.counts.triangles, &result.counts.vertices)
         == 4;
 }
 

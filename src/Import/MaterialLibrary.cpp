@@ -21,10 +21,13 @@ namespace {
 
 const QString kPlanName = QStringLiteral("OBJMaterial");
 
-void addMaterialGroup(const QString &name, const InstanceData &material, ModelBuilder &builder)
+void addMaterialGroup(const QString &name, const InstanceData &material, ModelBuilder &builder, QStringList *added)
 {
-    if (!name.isNull() && !builder.hasMaterialGroup(name))
-        builder.createMaterialGroup(name, material, -1, 0);
+    if (name.isNull() || builder.hasMaterialGroup(name))
+        return;
+    builder.createMaterialGroup(name, material, -1, 0);
+    if (added)
+        added->append(name);
 }
 
 void setFloats(InstanceData &material, const QString &member, const float *values, int count)
@@ -33,11 +36,12 @@ void setFloats(InstanceData &material, const QString &member, const float *value
 }
 
 // Applies one parsed line to the material being built; "newmtl" closes the previous one.
-void applyLine(const MtlReader &reader, QString &currentName, InstanceData &material, ModelBuilder &builder)
+void applyLine(const MtlReader &reader, QString &currentName, InstanceData &material, ModelBuilder &builder,
+    QStringList *added)
 {
     switch (reader.lineType()) {
     case MtlLineType::NewMaterial: {
-        addMaterialGroup(currentName, material, builder);
+        addMaterialGroup(currentName, material, builder, added);
         material.clear();
         const float opaque = 1.0f;
         setFloats(material, QStringLiteral("d"), &opaque, 1);
@@ -98,7 +102,7 @@ void registerObjMaterialPlan()
     Q_UNUSED(registered);
 }
 
-bool loadMaterialLibrary(const QString &path, ModelBuilder &builder)
+bool loadMaterialLibrary(const QString &path, ModelBuilder &builder, QStringList *addedGroups)
 {
     QFile file(path);
     if (!file.exists() || !file.open(QIODevice::ReadOnly | QIODevice::Text))
@@ -113,10 +117,10 @@ bool loadMaterialLibrary(const QString &path, ModelBuilder &builder)
     InstanceData material(kPlanName);
     while (reader.hasLine()) {
         if (reader.parse())
-            applyLine(reader, currentName, material, builder);
+            applyLine(reader, currentName, material, builder, addedGroups);
         reader.advance();
     }
-    addMaterialGroup(currentName, material, builder);
+    addMaterialGroup(currentName, material, builder, addedGroups);
     return true;
 }
 

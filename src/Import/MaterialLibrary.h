@@ -1,6 +1,7 @@
 #pragma once
 
 #include <QString>
+#include <QStringList>
 
 namespace Vardune::Qel {
 
@@ -13,8 +14,9 @@ void registerObjMaterialPlan();
 // Reads the MTL file at `path` and adds each material it defines to `builder` as a material
 // group named after it (next free id, flags 0), in the order of definition. A name that is
 // already a group is left as it is, so the first definition wins. Lines that do not parse are
-// passed over. False, with nothing added, when the file does not exist or does not open;
-// no message is written.
-bool loadMaterialLibrary(const QString &path, ModelBuilder &builder);
+// passed over. The names of the groups added are appended to `addedGroups`, when given, in
+// that order. False, with nothing added, when the file does not exist or does not open; no message is
+// written.
+bool loadMaterialLibrary(const QString &path, ModelBuilder &builder, QStringList *addedGroups = nullptr);
 
 } // namespace Vardune::Qel

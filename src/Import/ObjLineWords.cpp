@@ -12,6 +12,7 @@ namespace Vardune::Qel {
 namespace {
 
 const QRegularExpression wordSeparator(QStringLiteral("\\s+"));
+const QRegularExpression firstWord(QStringLiteral("\\S+"));
 
 // A texture-coordinate or normal field: absent or empty gives 0; anything that is not an
 // integer fails.
@@ -26,18 +27,10 @@ bool fieldNumber(QStringView field, int &number)
     return ok;
 }
 
-} // namespace
-
-QStringList splitObjLine(const QString &line)
+ObjLineType keywordType(QStringView keyword)
 {
-    return line.split(wordSeparator, Qt::SkipEmptyParts);
-}
-
-ObjLineType objLineType(const QStringList &words)
-{
-    if (words.isEmpty() || words.first().startsWith(u'#'))
+    if (keyword.startsWith(u'#'))
         return ObjLineType::None;
-    const QString &keyword = words.first();
     if (keyword == u"v")
         return ObjLineType::Vertex;
     if (keyword == u"vn")
@@ -51,6 +44,25 @@ ObjLineType objLineType(const QStringList &words)
     if (keyword == u"mtllib")
         return ObjLineType::MaterialLibrary;
     return ObjLineType::None;
+}
+
+} // namespace
+
+QStringList splitObjLine(const QString &line)
+{
+    return line.split(wordSeparator, Qt::SkipEmptyParts);
+}
+
+ObjLineType objLineType(const QStringList &words)
+{
+    return words.isEmpty() ? ObjLineType::None : keywordType(words.first());
+}
+
+// The first part that splitting would give is the first run of non-white-space characters.
+ObjLineType objLineTypeOfText(const QString &line)
+{
+    const QRegularExpressionMatch word = firstWord.match(line);
+    return word.hasMatch() ? keywordType(word.capturedView()) : ObjLineType::None;
 }
 
 void readObjValues(const QStringList &words, int count, float *values)

@@ -46,6 +46,9 @@ struct ObjLineCounts
 QStringList splitObjLine(const QString &line);
 // The type of a line from its words; None for no words, a comment or an unknown keyword.
 ObjLineType objLineType(const QStringList &words);
+// The same from the line itself, reading only its first word: the rest of a line of no type
+// need not be split.
+ObjLineType objLineTypeOfText(const QString &line);
 // Words 1 to `count` as floats (QString::toFloat); a missing word or one that is not a number
 // reads as 0.
 void readObjValues(const QStringList &words, int count, float *values);

@@ -14,6 +14,8 @@
 #include <QDir>
 #include <QFile>
 #include <QFileInfo>
+#include <QHash>
+#include <QSet>
 
 #include <limits>
 #include <vector>
@@ -24,30 +26,71 @@ namespace {
 
 constexpr qint32 kNeverDefined = std::numeric_limits<qint32>::max();
 
-// Number of libraries whose reading made each name a group: 0 for a group that existed before
-// the first library, kNeverDefined for a name no library defines.
-void noteNewGroups(
-    const QStringList &names, qint32 librariesRead, const ModelBuilder &builder, std::vector<qint32> &definedAfter)
+// A library read again adds no group (every name it defines is one by then) and writes no
+// message, so each file is read once: known by its path as written, and by its canonical path
+// for other spellings of the same file. Only the names a library adds are looked up, so the
+// cost follows the libraries' and the file's own lengths, not their product.
+class LibraryLoader
 {
-    for (qsizetype i = 0; i < names.size(); ++i) {
-        if (definedAfter[i] == kNeverDefined && builder.hasMaterialGroup(names.at(i)))
-            definedAfter[i] = librariesRead;
+public:
+    LibraryLoader(const QStringList &names, const ModelBuilder &builder)
+        : _definedAfter(size_t(names.size()), kNeverDefined)
+    {
+        _numbers.reserve(names.size());
+        for (qsizetype i = 0; i < names.size(); ++i) {
+            _numbers.insert(names.at(i), qint32(i));
+            if (builder.hasMaterialGroup(names.at(i)))
+                _definedAfter[size_t(i)] = 0;
+        }
     }
-}
+
+    // Reads the library of the `librariesRead`-th "mtllib" line unless its file was read before.
+    bool load(const QString &path, qint32 librariesRead, ModelBuilder &builder)
+    {
+        if (_pathsRead.contains(path))
+            return true;
+        const QString canonicalPath = QFileInfo(path).canonicalFilePath();
+        if (!canonicalPath.isEmpty() && _pathsRead.contains(canonicalPath)) {
+            _pathsRead.insert(path);
+            return true;
+        }
+        _added.clear();
+        if (!loadMaterialLibrary(path, builder, &_added))
+            return false;
+        _pathsRead.insert(path);
+        if (!canonicalPath.isEmpty())
+            _pathsRead.insert(canonicalPath);
+        for (const QString &name : std::as_const(_added)) {
+            const auto number = _numbers.constFind(name);
+            if (number != _numbers.constEnd() && _definedAfter[size_t(*number)] == kNeverDefined)
+                _definedAfter[size_t(*number)] = librariesRead;
+        }
+        return true;
+    }
+
+    // Number of libraries whose reading made each name a group: 0 for a group that existed
+    // before the first library, kNeverDefined for a name no library defines.
+    const std::vector<qint32> &definedAfter() const { return _definedAfter; }
+
+private:
+    std::vector<qint32> _definedAfter;
+    QHash<QString, qint32> _numbers;
+    QSet<QString> _pathsRead;
+    QStringList _added;
+};
 
 // Reads the libraries in file order and names the group of each run of faces: the run's
 // material when one of the libraries read before the run defined it, or none.
 bool loadLibraries(const ObjMesh &mesh, ModelBuilder &builder, QStringList &runGroups, QString &error)
 {
-    std::vector<qint32> definedAfter(mesh.materialNames.size(), kNeverDefined);
-    noteNewGroups(mesh.materialNames, 0, builder, definedAfter);
+    LibraryLoader loader(mesh.materialNames, builder);
     for (qsizetype i = 0; i < mesh.libraries.size(); ++i) {
-        if (!loadMaterialLibrary(mesh.libraries.at(i), builder)) {
+        if (!loader.load(mesh.libraries.at(i), static_cast<qint32>(i + 1), builder)) {
             error = QStringLiteral("Failed to load MTL file '%1'").arg(mesh.libraries.at(i));
             return false;
         }
-        noteNewGroups(mesh.materialNames, static_cast<qint32>(i + 1), builder, definedAfter);
     }
+    const std::vector<qint32> &definedAfter = loader.definedAfter();
 
     runGroups.clear();
     runGroups.reserve(static_cast<qsizetype>(mesh.materialUses.size()));

@@ -34,8 +34,10 @@ void ObjReader::advance()
     while (!_input->atEnd()) {
         const QString line = _input->readLine();
         ++_lineNumber;
+        _lineType = objLineTypeOfText(line);
+        if (_lineType == ObjLineType::None)
+            continue;
         _words = splitObjLine(line);
-        _lineType = objLineType(_words);
         switch (_lineType) {
         case ObjLineType::Vertex:
             ++_counts.positions;
@@ -46,8 +48,6 @@ void ObjReader::advance()
         case ObjLineType::TexCoord:
             ++_counts.texCoords;
             return;
-        case ObjLineType::None:
-            continue;
         default:
             return;
         }

@@ -6,7 +6,9 @@
 // needs decoding (a byte above 0x7F in a word that matters), and every "usemtl" and "mtllib"
 // line, is decoded like the text stream would and read through Qt's own calls instead. Text
 // that starts with a UTF-16 or UTF-32 byte-order mark is left to the text stream altogether.
-// Cost: one pass over the bytes; memory: one block buffer, reused.
+// Cost: one pass over the bytes; memory: one block buffer, reused. A line longer than a block
+// is kept whole in a buffer that doubles, unless it is a comment or a line of another keyword,
+// whose bytes are dropped as they come.
 
 #include "ObjTextScanner.h"
 
@@ -20,7 +22,6 @@
 #include <QTextStream>
 
 #include <cstring>
-#include <memory>
 
 namespace Vardune::Qel {
 
@@ -79,6 +80,29 @@ TextStart textStart(const unsigned char *bytes, size_t size)
     return TextStart::Utf8;
 }
 
+enum class Keyword { Other, Vertex, Normal, TexCoord, Face, Name };
+
+constexpr ptrdiff_t kLongestKeyword = 6;
+
+// The lines the scanner reads, by their first word; a keyword with other bytes than its letters
+// is no keyword, whatever they decode to. "usemtl" and "mtllib" lines are read by name.
+Keyword keywordOf(const char *keyword, const char *keywordEnd)
+{
+    const ptrdiff_t length = keywordEnd - keyword;
+    if (length == 1 && keyword[0] == 'v')
+        return Keyword::Vertex;
+    if (length == 1 && keyword[0] == 'f')
+        return Keyword::Face;
+    if (length == 2 && keyword[0] == 'v' && keyword[1] == 'n')
+        return Keyword::Normal;
+    if (length == 2 && keyword[0] == 'v' && keyword[1] == 't')
+        return Keyword::TexCoord;
+    if (length == kLongestKeyword
+        && (std::memcmp(keyword, "usemtl", 6) == 0 || std::memcmp(keyword, "mtllib", 6) == 0))
+        return Keyword::Name;
+    return Keyword::Other;
+}
+
 class LineScanner
 {
 public:
@@ -96,18 +120,38 @@ public:
             return;
         unsigned char highBits = 0;
         const char *keywordEnd = wordEnd(keyword, end, highBits);
-        const size_t length = size_t(keywordEnd - keyword);
-        // A keyword with other bytes than its letters is no keyword, whatever they decode to.
-        if (length == 1 && keyword[0] == 'v')
+        switch (keywordOf(keyword, keywordEnd)) {
+        case Keyword::Vertex:
             return scanValues(ObjLineType::Vertex, 3, keywordEnd, begin, end, terminated);
-        if (length == 1 && keyword[0] == 'f')
-            return scanFace(keywordEnd, begin, end, terminated);
-        if (length == 2 && keyword[0] == 'v' && keyword[1] == 'n')
+        case Keyword::Normal:
             return scanValues(ObjLineType::Normal, 3, keywordEnd, begin, end, terminated);
-        if (length == 2 && keyword[0] == 'v' && keyword[1] == 't')
+        case Keyword::TexCoord:
             return scanValues(ObjLineType::TexCoord, 2, keywordEnd, begin, end, terminated);
-        if (length == 6 && (std::memcmp(keyword, "usemtl", 6) == 0 || std::memcmp(keyword, "mtllib", 6) == 0))
+        case Keyword::Face:
+            return scanFace(keywordEnd, begin, end, terminated);
+        case Keyword::Name:
             return readDecodedLine(begin, end, terminated);
+        case Keyword::Other:
+            return;
+        }
+    }
+
+    // A line that scanLine would pass over, given without its bytes.
+    void passOverLine() { ++_lineNumber; }
+
+    // True when the line that starts with [begin, end) is passed over whatever follows: a
+    // comment, or a first word that is complete, or longer than any keyword, and no keyword.
+    static bool passesOver(const char *begin, const char *end)
+    {
+        const char *keyword = skipSpace(begin, end);
+        if (keyword == end)
+            return false;
+        if (*keyword == '#')
+            return true;
+        unsigned char highBits = 0;
+        const char *keywordEnd = wordEnd(keyword, end, highBits);
+        return keywordOf(keyword, keywordEnd) == Keyword::Other
+            && (keywordEnd != end || keywordEnd - keyword > kLongestKeyword);
     }
 
 private:
@@ -256,27 +300,32 @@ void scanObjFile(QFile &file, const QString &directory, ObjMesh &mesh)
     // Carriage returns are dropped here, as text mode would drop them.
     const bool textMode = file.isTextModeEnabled();
     file.setTextModeEnabled(false);
-    size_t capacity = kBlockBytes;
-    std::unique_ptr<char[]> buffer(new char[capacity]);
+    // Growth by realloc: a large block is remapped, not copied.
+    QByteArray buffer(qsizetype(kBlockBytes), Qt::Uninitialized);
     size_t filled = 0;
     size_t start = 0;
+    size_t searched = 0; // bytes after `start` known to hold no line end
+    bool passingOver = false; // through a long line whose bytes are not kept
     bool atStart = true;
     bool atEnd = false;
     LineScanner scanner(directory, mesh);
     while (!atEnd) {
-        if (filled == capacity) { // one line longer than the buffer
-            std::unique_ptr<char[]> larger(new char[capacity * 2]);
-            std::memcpy(larger.get(), buffer.get(), filled);
-            buffer = std::move(larger);
-            capacity *= 2;
+        if (filled == size_t(buffer.size())) {
+            // One line longer than the buffer: dropped as it comes when the scanner passes it
+            // over, else kept whole in a buffer that grows in place where it can.
+            passingOver = passingOver || LineScanner::passesOver(buffer.data(), buffer.data() + filled);
+            if (passingOver)
+                filled = searched = 0;
+            else
+                buffer.resize(qsizetype(2 * filled));
         }
-        const qint64 read = file.read(buffer.get() + filled, qint64(capacity - filled));
+        const qint64 read = file.read(buffer.data() + filled, qint64(size_t(buffer.size()) - filled));
         atEnd = read <= 0;
         if (atStart) {
             // The mark is looked for in the first bytes as stored, carriage returns included.
             atStart = false;
             const TextStart kind
-                = textStart(reinterpret_cast<const unsigned char *>(buffer.get()), size_t(qMax(read, qint64(0))));
+                = textStart(reinterpret_cast<const unsigned char *>(buffer.data()), size_t(qMax(read, qint64(0))));
             if (kind == TextStart::Other) {
                 file.setTextModeEnabled(textMode);
                 file.seek(0);
@@ -287,22 +336,31 @@ void scanObjFile(QFile &file, const QString &directory, ObjMesh &mesh)
             start = kind == TextStart::Utf8WithMark ? 3 : 0;
         }
         if (!atEnd)
-            filled += dropCarriageReturns(buffer.get() + filled, size_t(read));
+            filled += dropCarriageReturns(buffer.data() + filled, size_t(read));
 
-        const char *text = buffer.get();
+        const char *text = buffer.constData();
         for (;;) {
-            const auto *newline = static_cast<const char *>(std::memchr(text + start, '\n', filled - start));
+            const size_t from = start + searched;
+            const auto *newline = static_cast<const char *>(std::memchr(text + from, '\n', filled - from));
             if (!newline)
                 break;
-            scanner.scanLine(text + start, newline, true);
+            if (passingOver)
+                scanner.passOverLine();
+            else
+                scanner.scanLine(text + start, newline, true);
+            passingOver = false;
             start = size_t(newline - text) + 1;
+            searched = 0;
         }
-        if (atEnd && start < filled)
+        searched = filled - start;
+        if (atEnd && start < filled && !passingOver)
             scanner.scanLine(text + start, text + filled, false);
         // The unfinished line moves to the front of the buffer.
-        std::memmove(buffer.get(), buffer.get() + start, filled - start);
-        filled -= start;
-        start = 0;
+        if (start > 0) {
+            std::memmove(buffer.data(), buffer.data() + start, filled - start);
+            filled -= start;
+            start = 0;
+        }
     }
     file.setTextModeEnabled(textMode);
 }

@@ -48,6 +48,8 @@ private slots:
     void librariesBecomeGroups_data();
     void librariesBecomeGroups();
     void missingLibraryFailsSilently();
+    void addedGroupsAreReported_data();
+    void addedGroupsAreReported();
     void materialPlanIsRegisteredOnce();
     void defaultMaterial();
 
@@ -129,6 +131,43 @@ void TestMtlReader::missingLibraryFailsSilently()
     QVERIFY(!loadMaterialLibrary(_files.path(QStringLiteral("missing.mtl")), builder));
     QVERIFY(!loadMaterialLibrary(_files.path(QString()), builder)); // a directory
     QVERIFY(ModelBuilderInspector::materialGroups(builder).isEmpty());
+    QVERIFY(capture.messages().isEmpty());
+}
+
+void TestMtlReader::addedGroupsAreReported_data()
+{
+    QTest::addColumn<QStringList>("groups"); // before the library
+    QTest::addColumn<QByteArray>("content");
+    QTest::addColumn<QStringList>("added");
+    QTest::newRow("definition order") << QStringList() << QByteArray("newmtl b\nnewmtl a\nKd 1 0 0\nnewmtl c\n")
+                                      << QStringList { "b", "a", "c" };
+    QTest::newRow("first definition") << QStringList() << QByteArray("newmtl a\nnewmtl b\nnewmtl a\n")
+                                      << QStringList { "a", "b" };
+    QTest::newRow("existing groups") << QStringList { "<default>", "a" }
+                                     << QByteArray("newmtl a\nnewmtl <default>\nnewmtl z\n") << QStringList { "z" };
+    QTest::newRow("nameless material") << QStringList() << QByteArray("Kd 1 0 0\nnewmtl\n") << QStringList();
+}
+
+// What the import relies on to read a library once: the names reported are exactly the groups
+// added, and a second reading adds none and writes nothing.
+void TestMtlReader::addedGroupsAreReported()
+{
+    QFETCH(QStringList, groups);
+    QFETCH(QByteArray, content);
+    QFETCH(QStringList, added);
+    const QString path = _files.write(QStringLiteral("added.mtl"), content);
+    ModelBuilder builder;
+    for (const QString &name : groups)
+        builder.createMaterialGroup(name, makeDefaultMaterial(), -1, 0);
+    MessageCapture capture;
+    QStringList reported { QStringLiteral("kept") };
+    QVERIFY(loadMaterialLibrary(path, builder, &reported));
+    QCOMPARE(reported, QStringList { QStringLiteral("kept") } + added);
+    const auto before = ModelBuilderInspector::materialGroups(builder);
+    reported.clear();
+    QVERIFY(loadMaterialLibrary(path, builder, &reported));
+    QCOMPARE(reported, QStringList());
+    QCOMPARE(ModelBuilderInspector::materialGroups(builder).size(), before.size());
     QVERIFY(capture.messages().isEmpty());
 }
 

@@ -381,6 +381,27 @@ void TestObjDifferential::textStartsReadAlike_data()
     QTest::newRow("truncated character at the end") << QByteArray("usemtl a\xC3");
     QTest::newRow("lines longer than a read block")
         << QByteArray("v ") + QByteArray(3 << 20, ' ') + "1 2 3\nf " + QByteArray(3 << 20, '\t') + "1 1 1\n";
+    // Long lines that the scanner passes over without keeping them; the bad faces after them
+    // show their line numbers.
+    const QByteArray after = "\nv 1 2 3\nf 1 1 1\nf 1 1 9\n";
+    const QByteArray block(3 << 20, 'c');
+    QTest::newRow("comment longer than a read block") << "v 0 0 0\n   #" + block + after;
+    QTest::newRow("comment after a UTF-8 mark") << "\xEF\xBB\xBF#" + block + after;
+    QTest::newRow("unknown keyword longer than a read block") << "vp" + QByteArray(" 0.5").repeated(1 << 20) + after;
+    QTest::newRow("first word longer than a keyword") << QByteArray(3 << 20, 'v') + " 1 2 3" + after;
+    QTest::newRow("first word without a line end") << "v 1 2 3\nf 1 1 1\n" + QByteArray(3 << 20, 'f');
+    QTest::newRow("spaces longer than a read block") << QByteArray(3 << 20, ' ') + "# c" + after;
+    // Long lines that the scanner reads.
+    QTest::newRow("face longer than a read block") << "v 1 2 3\nf" + QByteArray(" 1").repeated(3 << 19) + after;
+    QTest::newRow("material name longer than a read block") << "usemtl " + block + after;
+    QTest::newRow("UTF-16 lines of no type")
+        << utf16("#" + QString(1 << 16, u'w') + " x y\n  \u00A0vp" + QString(" 0.5").repeated(1 << 16)
+                + "\nv\u00A01 2 3\n\u2003v 1 2 3\n" + sample,
+               false);
+    QTest::newRow("keyword cut by the end of a read block")
+        << QByteArray((1 << 20) - 1, ' ') + "vn 0 0 1\nf 1//1 1//1 1//1" + after;
+    QTest::newRow("keyword at the end of a read block")
+        << QByteArray((1 << 20) - 3, '#') + "\nv 4 5 6" + after;
 }
 
 void TestObjDifferential::textStartsReadAlike()

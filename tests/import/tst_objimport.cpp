@@ -191,6 +191,7 @@ private slots:
 
     void missingObjFileFails_data();
     void missingObjFileFails();
+    void missingMaterialLibraryFails_data();
     void missingMaterialLibraryFails();
     void positionsOnlyFileGetsGeneratedNormalsAndConstantTexCoords();
     void fullFileFeedsEveryAttribute();
@@ -342,13 +343,29 @@ void TestObjImport::missingObjFileFails()
     QVERIFY(!builder.hasMaterialGroup(defaultGroup()));
 }
 
+void TestObjImport::missingMaterialLibraryFails_data()
+{
+    QTest::addColumn<QByteArray>("content");
+    QTest::addColumn<QString>("library"); // as named in the message
+    _files.write(QStringLiteral("found.mtl"), "newmtl red\n");
+    QTest::newRow("missing") << QByteArray("v 0 0 0\nmtllib missing.mtl\nf 1 1 1\n")
+                             << _files.path(QStringLiteral("missing.mtl"));
+    // Another spelling of a library read before is still a path of its own: here one that
+    // leads nowhere.
+    QTest::newRow("read before, through a missing folder")
+        << QByteArray("mtllib found.mtl\nmtllib nowhere/../found.mtl\n")
+        << _files.path(QStringLiteral("nowhere/../found.mtl"));
+}
+
 void TestObjImport::missingMaterialLibraryFails()
 {
-    const QString path = _files.write(QStringLiteral("nolib.obj"), "v 0 0 0\nmtllib missing.mtl\nf 1 1 1\n");
+    QFETCH(QByteArray, content);
+    QFETCH(QString, library);
+    const QString path = _files.write(QStringLiteral("nolib.obj"), content);
     ModelBuilder builder;
     QString error;
     QVERIFY(!readObjModel(path, builder, error));
-    QCOMPARE(error, QStringLiteral("Failed to load MTL file '%1'").arg(_files.path(QStringLiteral("missing.mtl"))));
+    QCOMPARE(error, QStringLiteral("Failed to load MTL file '%1'").arg(library));
 }
 
 void TestObjImport::positionsOnlyFileGetsGeneratedNormalsAndConstantTexCoords()
@@ -590,6 +607,17 @@ void TestObjImport::importMatchesLineByLineFeeding_data()
         "mtllib lib.mtl\nv 0 0 0\nv 1 0 0\nvt 0 0\nv 0 1 0\nvn 0 0 1\n"
         "usemtl blue\nf 1/1/1 2/1/1 3/1/1\nusemtl grey\nf -3/-1/-1 -2/1/1 -1/1/1\n"
         "f\nusemtl red\nf 3/1/1 2/1/1 1/1/1 2/1/1\nusemtl blue\nf 1/1/1 2/1/1 3/1/1\n");
+    // A library named again, under any spelling, is read once; the result is the same as
+    // reading it at every line.
+    _files.write(QStringLiteral("more.mtl"), "newmtl green\nnewmtl red\nKd 0 1 0\n");
+    QDir(_files.path(QString())).mkdir(QStringLiteral("sub"));
+    QTest::newRow("libraries named again")
+        << _files.write(QStringLiteral("again.obj"),
+               "v 0 0 0\nv 1 0 0\nv 0 1 0\nusemtl green\nf 1 2 3\nmtllib lib.mtl\nusemtl red\nf 1 2 3\n"
+               "mtllib ./lib.mtl\nusemtl green\nf 1 2 3\nmtllib more.mtl\nf 1 2 3\nmtllib sub/../lib.mtl\n"
+               "mtllib "
+            + _files.path(QStringLiteral("more.mtl")).toUtf8()
+            + "\nmtllib lib.mtl\nusemtl blue\nf 3 2 1\nusemtl green\nf 1 2 3\n");
     const QString corpus = QStringLiteral(QELMODEL_CORPUS_DIR);
     QDirIterator files(
         corpus, { QStringLiteral("*.obj"), QStringLiteral("*.OBJ") }, QDir::Files, QDirIterator::Subdirectories);

@@ -5,17 +5,19 @@
 // byte; with merging, every distinct tuple of attribute indices is a GPU vertex, numbered by its
 // first corner and taking its values from that corner, and the stream optimisation welds those.
 //
-// Both start by numbering the distinct index tuples (welded like vertices whose attributes are
-// their 4-byte indices) and gathering one vertex per tuple. Without merging, the byte weld then
-// runs over the tuple vertices instead of every corner: corners with equal tuples hold equal
-// bytes, and the first corner of each content is the first corner of its tuple, so numbering
-// contents in the order of their tuples' first corners is numbering them in the order of their
-// first corners, which is what the weld over every corner gives. The statistics line still
-// counts corners. Cost: one weld over the corners' index tuples (a third of the bytes of their
-// values), one over the distinct tuples' values, one block copy per tuple per attribute.
+// Both start by numbering the distinct index tuples (in the order of their first corners, as a
+// weld of vertices whose attributes are their 4-byte indices would) and gathering one vertex
+// per tuple. Without merging, the byte weld then runs over the tuple vertices instead of every
+// corner: corners with equal tuples hold equal bytes, and the first corner of each content is
+// the first corner of its tuple, so numbering contents in the order of their tuples' first
+// corners is numbering them in the order of their first corners, which is what the weld over
+// every corner gives. The statistics line still counts corners. Cost: one numbering of the
+// corners' index tuples (usually one lookup in a per-value array and one nearby record per
+// corner), one weld over the distinct tuples' values, one block copy per tuple per attribute.
 
 #include "ModelBuilder.h"
 
+#include "IndexTupleNumbering.h"
 #include "VertexGather.h"
 #include "VertexWeld.h"
 #include "WeldStatistics.h"
@@ -60,6 +62,11 @@ size_t vertexBytes(const VertexAttribute &attribute)
     return ModelDataStream::typeSize(attribute.values->type()) * size_t(attribute.componentsPerVertex);
 }
 
+size_t valueCount(const VertexAttribute &attribute)
+{
+    return attribute.componentsPerVertex > 0 ? attribute.values->size() / size_t(attribute.componentsPerVertex) : 0;
+}
+
 } // namespace
 
 void ModelBuilder::buildGPUFriendlyStreams(bool mergeByIndices)
@@ -69,11 +76,12 @@ void ModelBuilder::buildGPUFriendlyStreams(bool mergeByIndices)
 
     const uint32_t faceCornerCount = cornerCount(*_verticesPerFace);
     QVarLengthArray<VertexAttribute *, 8> attributes;
-    QVarLengthArray<VertexWeldStream, 8> indexTuples;
+    QVarLengthArray<IndexTupleStream, 8> indexTuples;
     for (VertexAttribute &attribute : _vertexAttributes) {
         if (isBuiltFromValues(attribute)) {
             attributes.append(&attribute);
-            indexTuples.append({ attribute.indices->data(0), size_t(kIndexStride) });
+            indexTuples.append(
+                { static_cast<const unsigned int *>(attribute.indices->data(0)), valueCount(attribute) });
         }
     }
 
@@ -81,7 +89,7 @@ void ModelBuilder::buildGPUFriendlyStreams(bool mergeByIndices)
     auto *cornerVertex = static_cast<unsigned int *>(cornerVertices->data(0));
     // Only the first tupleCount entries are ever written, so only they are touched.
     const std::unique_ptr<unsigned int[]> firstCorner(new unsigned int[faceCornerCount]);
-    const size_t tupleCount = weldVertices(
+    const size_t tupleCount = numberIndexTuples(
         cornerVertex, firstCorner.get(), faceCornerCount, indexTuples.data(), size_t(indexTuples.size()));
 
     const std::unique_ptr<unsigned int[]> valueOfTuple(new unsigned int[tupleCount]);

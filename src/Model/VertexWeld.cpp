@@ -6,7 +6,9 @@
 // it doubles (and is refilled from the survivor list) whenever it is half full, so a mesh with
 // few distinct vertices keeps a small, cache-friendly table. Each vertex is hashed over its
 // bytes, attribute by attribute, a few vertices ahead of its lookup, and its home slot is
-// prefetched then, so that cache misses overlap instead of queueing.
+// prefetched then, so that cache misses overlap instead of queueing; refills prefetch the same
+// way, which matters most when nearly every vertex is distinct and the refills place about as
+// many vertices as the lookups.
 // Cost: one hash and usually one probe per vertex, a byte comparison only against candidates in
 // the probe sequence, and refills that add up to fewer than two insertions per distinct vertex;
 // 6 bytes of memory per vertex.
@@ -110,8 +112,18 @@ void rehash(unsigned int *table, size_t capacity, const VertexHasher &hasher, co
     size_t survivorCount)
 {
     std::memset(table, 0xFF, capacity * sizeof(unsigned int));
+    uint32_t pendingHashes[kLookahead];
+    for (size_t n = 0; n < kLookahead && n < survivorCount; ++n) {
+        pendingHashes[n] = hasher.hash(survivors[n]);
+        prefetch(&table[slotOf(pendingHashes[n], capacity)]);
+    }
     for (size_t n = 0; n < survivorCount; ++n) {
-        size_t slot = slotOf(hasher.hash(survivors[n]), capacity);
+        uint32_t &pending = pendingHashes[n % kLookahead];
+        size_t slot = slotOf(pending, capacity);
+        if (n + kLookahead < survivorCount) {
+            pending = hasher.hash(survivors[n + kLookahead]);
+            prefetch(&table[slotOf(pending, capacity)]);
+        }
         while (table[slot] != kEmptySlot) {
             if (++slot == capacity)
                 slot = 0;

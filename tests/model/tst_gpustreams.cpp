@@ -1,8 +1,10 @@
 #include "GLTypes.h"
+#include "IndexTupleNumbering.h"
 #include "MessageCapture.h"
 #include "ModelBuilder.h"
 #include "ModelBuilderInspector.h"
 #include "ModelDataArray.h"
+#include "VertexWeld.h"
 
 #include <QHash>
 #include <QRandomGenerator>
@@ -11,6 +13,7 @@
 
 #include <cstring>
 #include <limits>
+#include <utility>
 
 using namespace Vardune::Qel;
 
@@ -86,6 +89,49 @@ void feedSharedEdge(ModelBuilder &builder)
         { 0, 0, 0, 0, 0, 0 });
 }
 
+using IndexLists = QList<QList<unsigned int>>;
+
+// Corners of a mesh walked in strips, as real files list them: each corner's tuple is mostly
+// that of a grid vertex near the previous corners, and every attribute but the first splits
+// every grid vertex into two values, one of them used at a tenth of its corners (seams, hard
+// edges). For n corners the first attribute has n / 4 + 8 values, the others n / 2 + 16.
+IndexLists localTuples(int streamCount, unsigned int cornerCount, quint32 seed)
+{
+    QRandomGenerator random(seed);
+    IndexLists indices(streamCount);
+    for (unsigned int k = 0; k < cornerCount; ++k) {
+        const unsigned int vertex = k / 4 + random.bounded(8u);
+        for (int s = 0; s < streamCount; ++s)
+            indices[s].append(s == 0 ? vertex : vertex * 2 + (random.bounded(10u) == 0 ? 1 : 0));
+    }
+    return indices;
+}
+
+IndexLists shuffled(IndexLists indices, quint32 seed)
+{
+    QRandomGenerator random(seed);
+    for (qsizetype k = indices.value(0).size() - 1; k > 0; --k) {
+        const qsizetype other = qsizetype(random.bounded(quint64(k) + 1));
+        for (QList<unsigned int> &stream : indices)
+            std::swap(stream[k], stream[other]);
+    }
+    return indices;
+}
+
+// The first-appearance numbering of the corners' index tuples, by a hash map.
+QList<unsigned int> referenceTupleNumbers(const IndexLists &indices)
+{
+    QHash<QList<unsigned int>, unsigned int> numberOfTuple;
+    QList<unsigned int> numbers;
+    for (qsizetype k = 0; k < indices.value(0).size(); ++k) {
+        QList<unsigned int> tuple;
+        for (const QList<unsigned int> &stream : indices)
+            tuple.append(stream[k]);
+        numbers.append(*numberOfTuple.insert(tuple, numberOfTuple.value(tuple, unsigned(numberOfTuple.size()))));
+    }
+    return numbers;
+}
+
 // Hands out library streams and remembers every one it made.
 class CountingAllocator : public ModelDataArrayAllocator
 {
@@ -127,6 +173,8 @@ private slots:
     void narrowIndexStreamIsReportedAndKept();
     void manyDistinctVerticesKeepTheirNumbers();
     void randomMeshesMatchReferenceWeld();
+    void indexTuplesNumberInFirstAppearanceOrder_data();
+    void indexTuplesNumberInFirstAppearanceOrder();
 };
 
 void TestGPUStreams::initTestCase()
@@ -538,6 +586,82 @@ void TestGPUStreams::randomMeshesMatchReferenceWeld()
         }
         QCOMPARE(quiet.texts(QtDebugMsg), QStringList { statisticsLine(builder, counts.constData()) });
     }
+}
+
+void TestGPUStreams::indexTuplesNumberInFirstAppearanceOrder_data()
+{
+    QTest::addColumn<IndexLists>("indices");
+    QTest::addColumn<QList<qulonglong>>("valueCounts");
+
+    const unsigned int wide = 300; // every pair of two 300-value attributes: chains of 300 tuples
+    IndexLists everyPair(2);
+    for (unsigned int k = 0; k < wide * wide; ++k) {
+        everyPair[0].append(k % wide);
+        everyPair[1].append(k / wide);
+    }
+    // A hundred triangles around a pole, each with its own texture coordinate there.
+    IndexLists poleFan = localTuples(2, 4000, 5);
+    for (unsigned int k = 0; k < 300; ++k) {
+        poleFan[0][qsizetype(k)] = k / 3;
+        poleFan[1][qsizetype(k)] = 0;
+    }
+    // The key is the second attribute, which has more values.
+    IndexLists keyPastValuesLast = localTuples(2, 4000, 6), keyPastValuesFirst = keyPastValuesLast;
+    keyPastValuesLast[1].last() = 2016;
+    keyPastValuesFirst[1].first() = ~0u;
+    IndexLists otherPastValues = localTuples(2, 4000, 7);
+    otherPastValues[0][2000] = ~0u;
+
+    QTest::newRow("no corners") << IndexLists { {}, {} } << QList<qulonglong> { 3, 0 };
+    QTest::newRow("one attribute") << localTuples(1, 4000, 1) << QList<qulonglong> { 1008 };
+    QTest::newRow("two attributes") << localTuples(2, 4000, 2) << QList<qulonglong> { 1008, 2016 };
+    QTest::newRow("three attributes") << localTuples(3, 40000, 3) << QList<qulonglong> { 10008, 20016, 20016 };
+    QTest::newRow("four attributes") << localTuples(4, 40000, 4) << QList<qulonglong> { 10008, 20016, 20016, 20016 };
+    QTest::newRow("four attributes, shuffled")
+        << shuffled(localTuples(4, 40000, 4), 9) << QList<qulonglong> { 10008, 20016, 20016, 20016 };
+    QTest::newRow("every index alike") << IndexLists { QList<unsigned int>(100, 2), QList<unsigned int>(100, 0) }
+                                       << QList<qulonglong> { 3, 1 };
+    QTest::newRow("chains past the step budget") << everyPair << QList<qulonglong> { wide, wide };
+    QTest::newRow("chains past the step budget, shuffled")
+        << shuffled(everyPair, 3) << QList<qulonglong> { wide, wide };
+    QTest::newRow("one long chain within the budget") << poleFan << QList<qulonglong> { 1008, 2016 };
+    QTest::newRow("key index at its value count, last corner") << keyPastValuesLast << QList<qulonglong> { 1008, 2016 };
+    QTest::newRow("key index at the largest value, first corner")
+        << keyPastValuesFirst << QList<qulonglong> { 1008, 2016 };
+    QTest::newRow("other index past its values") << otherPastValues << QList<qulonglong> { 1008, 2016 };
+    QTest::newRow("more values than corners in one attribute")
+        << localTuples(3, 4000, 8) << QList<qulonglong> { 4001, 2016, 2016 };
+    QTest::newRow("more values than corners in every attribute")
+        << localTuples(2, 4000, 8) << QList<qulonglong> { 4001, 5000 };
+}
+
+// The numbering keyed on one attribute's index gives the hash weld's numbers on every input: when
+// it gives up on long chains or out-of-range keys, the hash weld's own.
+void TestGPUStreams::indexTuplesNumberInFirstAppearanceOrder()
+{
+    QFETCH(IndexLists, indices);
+    QFETCH(QList<qulonglong>, valueCounts);
+    const size_t cornerCount = size_t(indices[0].size());
+    QList<IndexTupleStream> streams;
+    QList<VertexWeldStream> weldStreams;
+    for (qsizetype s = 0; s < indices.size(); ++s) {
+        streams.append({ indices[s].constData(), size_t(valueCounts[s]) });
+        weldStreams.append({ indices[s].constData(), sizeof(unsigned int) });
+    }
+    QList<unsigned int> remap(qsizetype(cornerCount), 0), firstCorner(qsizetype(cornerCount), 0);
+    QList<unsigned int> weldRemap(qsizetype(cornerCount), 0), weldFirstCorner(qsizetype(cornerCount), 0);
+
+    const size_t tupleCount
+        = numberIndexTuples(remap.data(), firstCorner.data(), cornerCount, streams.constData(), size_t(streams.size()));
+
+    const QList<unsigned int> expected = referenceTupleNumbers(indices);
+    QCOMPARE(remap, expected);
+    const size_t weldCount = weldVertices(
+        weldRemap.data(), weldFirstCorner.data(), cornerCount, weldStreams.constData(), size_t(weldStreams.size()));
+    QCOMPARE(tupleCount, weldCount);
+    firstCorner.resize(qsizetype(tupleCount));
+    weldFirstCorner.resize(qsizetype(weldCount));
+    QCOMPARE(firstCorner, weldFirstCorner);
 }
 
 QTEST_GUILESS_MAIN(TestGPUStreams)

@@ -44,6 +44,19 @@ private:
     };
 
     int buildNode(int first, int end, int parent, const Vector2f *points);
+    // Whether every point of the node is exactly one of the triangle's corners, which the ear test
+    // never counts: a polygon that runs over the same few points again and again would otherwise
+    // have its whole tree visited for every ear.
+    static bool repeatsCorner(const Node &node, const EarTriangleEdges &ear)
+    {
+        if (node.minX != node.maxX || node.minY != node.maxY)
+            return false;
+        for (const Vector2f &c : ear.corners) {
+            if (c.x == node.minX && c.y == node.minY)
+                return true;
+        }
+        return false;
+    }
     // Whether the point, or some point of the node's box, may pass the ear test.
     static bool mayPass(Vector2f point, const EarTriangleEdges &ear);
     static bool mayPass(const Node &node, const EarTriangleEdges &ear);
@@ -64,7 +77,7 @@ bool CornerTree::anyCornerWithin(const EarTriangleEdges &ear, Blocks blocks) con
     stack[depth++] = 0;
     while (depth > 0) {
         const Node &node = _nodes[size_t(stack[--depth])];
-        if (node.remaining == 0 || !mayPass(node, ear))
+        if (node.remaining == 0 || repeatsCorner(node, ear) || !mayPass(node, ear))
             continue;
         if (node.left < 0) {
             for (int slot = node.first; slot < node.end; ++slot) {

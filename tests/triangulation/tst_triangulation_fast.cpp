@@ -178,6 +178,15 @@ void TestTriangulationFast::matchesPlainEarClipping_data()
             changed(randomStar(500, random), [factor](Vector2f p) { return point(p.x * factor, p.y * factor); }));
     add(QStringLiteral("collinear"), Polygon { point(0, 0), point(1, 0), point(2, 0), point(3, 0), point(4, 0) });
     add(QStringLiteral("all one point"), Polygon(100, point(1, 1)));
+    // Runs over the same few points again and again: whole subtrees of the corner tree repeat one
+    // triangle corner.
+    for (const int distinct : { 3, 4, 7 }) {
+        const Polygon ring = star(distinct, { 1.0 }, 0.0, random);
+        Polygon repeated;
+        for (int k = 0; k < 1500; ++k)
+            repeated.push_back(ring[size_t(k % distinct)]);
+        add(QStringLiteral("%1 points repeated").arg(distinct), repeated);
+    }
     for (const int every : { 1, 7, 150 }) {
         for (const float value : { nan, infinity }) {
             Polygon polygon = randomStar(300, random);

@@ -18,6 +18,7 @@
 // which the distinct tuples touch 4 bytes per stream each; one sequential read of every index.
 
 #include "IndexTupleNumbering.h"
+#include "Prefetch.h"
 
 #include "VertexWeld.h"
 
@@ -38,15 +39,6 @@ constexpr size_t kStepsPerCorner = 4;
 constexpr size_t kStepAllowance = 4096;
 // How many corners ahead the key's head entry is prefetched.
 constexpr size_t kLookahead = 16;
-
-inline void prefetch(const void *address)
-{
-#if defined(__GNUC__)
-    __builtin_prefetch(address);
-#else
-    (void)address;
-#endif
-}
 
 // The stream with the most values among those with no more values than corners; streamCount
 // when there is none.

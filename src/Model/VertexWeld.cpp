@@ -14,6 +14,7 @@
 // 6 bytes of memory per vertex.
 
 #include "VertexWeld.h"
+#include "Prefetch.h"
 
 #include <algorithm>
 #include <cstdint>
@@ -30,15 +31,6 @@ constexpr unsigned int kEmptySlot = ~0u;
 constexpr size_t kLookahead = 16;
 // Slots of the table before it first grows.
 constexpr size_t kInitialCapacity = 4096;
-
-inline void prefetch(const void *address)
-{
-#if defined(__GNUC__)
-    __builtin_prefetch(address);
-#else
-    (void)address;
-#endif
-}
 
 template<typename Word>
 inline Word load(const unsigned char *bytes)

@@ -75,10 +75,15 @@ void ModelDataArray::resize(size_t count)
 
 void ModelDataArray::resizeUninitialised(size_t count)
 {
-    const qsizetype oldLength = _data.size();
-    const qsizetype newLength = byteLength(_type, count);
-    _data.resize(newLength);
-    if (newLength > oldLength)
+    const qsizetype oldCapacity = _data.capacity();
+    _data.resize(byteLength(_type, count));
+    adviseHugePagesIfMoved(oldCapacity);
+}
+
+// Advice stays with a block; only a new block, after growth, needs it again.
+void ModelDataArray::adviseHugePagesIfMoved(qsizetype oldCapacity)
+{
+    if (_data.capacity() != oldCapacity)
         adviseHugePages(_data);
 }
 
@@ -105,8 +110,9 @@ void ModelDataArray::append(size_t count, const void *source)
         return;
     const qsizetype oldLength = _data.size();
     const qsizetype addedLength = byteLength(_type, count);
+    const qsizetype oldCapacity = _data.capacity();
     _data.resize(oldLength + addedLength);
-    adviseHugePages(_data);
+    adviseHugePagesIfMoved(oldCapacity);
     std::memcpy(_data.data() + oldLength, source, size_t(addedLength));
 }
 

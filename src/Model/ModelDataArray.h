@@ -41,6 +41,7 @@ private:
     ModelDataArray(unsigned int type, QByteArray &&bytes);
     // resize() without the zero fill of new elements.
     void resizeUninitialised(size_t count);
+    void adviseHugePagesIfMoved(qsizetype oldCapacity);
 
     unsigned int _type;
     QByteArray _data;

@@ -87,25 +87,38 @@ void ModelBuilder::buildGPUFriendlyStreams(bool mergeByIndices)
 
     const QSharedPointer<ModelDataStream> cornerVertices = newStreamToOverwrite(kIndexType, faceCornerCount);
     auto *cornerVertex = static_cast<unsigned int *>(cornerVertices->data(0));
-    // Only the first tupleCount entries are ever written, so only they are touched.
-    const std::unique_ptr<unsigned int[]> firstCorner(new unsigned int[faceCornerCount]);
-    const size_t tupleCount = numberIndexTuples(
-        cornerVertex, firstCorner.get(), faceCornerCount, indexTuples.data(), size_t(indexTuples.size()));
+    // Each attribute's value number per tuple, read at once so that a single-use upload can free
+    // the input index streams (the largest input) before any GPU value stream is made.
+    std::unique_ptr<unsigned int[]> valueOfTuple;
+    size_t tupleCount = 0;
+    {
+        // Only the first tupleCount entries are ever written, so only they are touched.
+        const std::unique_ptr<unsigned int[]> firstCorner(new unsigned int[faceCornerCount]);
+        tupleCount = numberIndexTuples(
+            cornerVertex, firstCorner.get(), faceCornerCount, indexTuples.data(), size_t(indexTuples.size()));
+        valueOfTuple.reset(new unsigned int[tupleCount * size_t(attributes.size())]);
+        for (qsizetype a = 0; a < attributes.size(); ++a) {
+            const unsigned int *indices = indexTuples[a].indices;
+            unsigned int *valueNumbers = valueOfTuple.get() + size_t(a) * tupleCount;
+            for (size_t v = 0; v < tupleCount; ++v)
+                valueNumbers[v] = indices[firstCorner[v]];
+            releaseUsedStream(attributes[a]->indices);
+        }
+    }
 
-    const std::unique_ptr<unsigned int[]> valueOfTuple(new unsigned int[tupleCount]);
     QVarLengthArray<VertexWeldStream, 8> tupleValues;
-    for (VertexAttribute *attribute : attributes) {
-        const auto *indices = static_cast<const unsigned int *>(attribute->indices->data(0));
-        for (size_t v = 0; v < tupleCount; ++v)
-            valueOfTuple[v] = indices[firstCorner[v]];
+    for (qsizetype a = 0; a < attributes.size(); ++a) {
+        VertexAttribute *attribute = attributes[a];
         const QSharedPointer<ModelDataStream> gpuValues
             = newStreamToOverwrite(attribute->values->type(), tupleCount * size_t(attribute->componentsPerVertex));
-        gatherVertices(
-            gpuValues->data(0), attribute->values->data(0), vertexBytes(*attribute), valueOfTuple.get(), tupleCount);
+        gatherVertices(gpuValues->data(0), attribute->values->data(0), vertexBytes(*attribute),
+            valueOfTuple.get() + size_t(a) * tupleCount, tupleCount);
+        releaseUsedStream(attribute->values);
         attribute->gpuValues = gpuValues;
         attribute->gpuIndices = cornerVertices;
         tupleValues.append({ gpuValues->data(0), vertexBytes(*attribute) });
     }
+    valueOfTuple.reset();
     if (mergeByIndices) {
         optimizeGPUStreams();
         return;

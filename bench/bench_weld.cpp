@@ -165,6 +165,19 @@ bool sameNumbers(const unsigned int *a, const unsigned int *b, size_t count)
     return std::equal(a, a + count, b);
 }
 
+// Whether each tuple holds, in every stream, the indices of the first corner the weld gave it.
+bool sameTupleIndices(const unsigned int *tupleIndices, const unsigned int *firstCorner, size_t tupleCount,
+    size_t cornerCount, const std::vector<IndexTupleStream> &streams)
+{
+    for (size_t s = 0; s < streams.size(); ++s) {
+        for (size_t n = 0; n < tupleCount; ++n) {
+            if (tupleIndices[s * cornerCount + n] != streams[s].indices[firstCorner[n]])
+                return false;
+        }
+    }
+    return true;
+}
+
 void run(const char *label, bool shuffleTriangles, int repetitions)
 {
     const Mesh mesh = makeGrid(shuffleTriangles);
@@ -187,7 +200,7 @@ void run(const char *label, bool shuffleTriangles, int repetitions)
     }
 
     std::vector<unsigned int> remap(cornerCount), survivors(cornerCount), reference(cornerCount);
-    std::vector<unsigned int> tupleRemap(cornerCount), firstCorner(cornerCount);
+    std::vector<unsigned int> tupleRemap(cornerCount), tupleIndices(cornerCount * tupleStreams.size());
     Timings best;
     size_t distinctCount = 0, tupleCount = 0;
     bool agree = true, tuplesAgree = true;
@@ -203,11 +216,11 @@ void run(const char *label, bool shuffleTriangles, int repetitions)
         best.tupleNumbering = std::min(best.tupleNumbering, seconds([&] {
             tuplesAgree = tuplesAgree
                 && numberIndexTuples(
-                       tupleRemap.data(), firstCorner.data(), cornerCount, tupleStreams.data(), tupleStreams.size())
+                       tupleRemap.data(), tupleIndices.data(), cornerCount, tupleStreams.data(), tupleStreams.size())
                     == tupleCount;
         }));
         tuplesAgree = tuplesAgree && sameNumbers(tupleRemap.data(), reference.data(), cornerCount)
-            && sameNumbers(firstCorner.data(), survivors.data(), tupleCount);
+            && sameTupleIndices(tupleIndices.data(), survivors.data(), tupleCount, cornerCount, tupleStreams);
 
         resetToCornerStreams(builder, mesh);
         best.optimise = std::min(best.optimise, seconds([&] { ModelBuilderInspector::optimizeGPUStreams(builder); }));

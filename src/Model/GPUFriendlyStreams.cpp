@@ -85,26 +85,23 @@ void ModelBuilder::buildGPUFriendlyStreams(bool mergeByIndices)
         }
     }
 
-    const QSharedPointer<ModelDataStream> cornerVertices = newStreamToOverwrite(kIndexType, faceCornerCount);
+    // A single-use upload numbers the corners in the first attribute's index stream, which it
+    // no longer needs; any other rebuild keeps its input and numbers into a new stream.
+    const QSharedPointer<ModelDataStream> &firstIndices = attributes.first()->indices;
+    const bool numberInPlace
+        = _releasesUsedStreams && firstIndices->type() == kIndexType && firstIndices->size() == faceCornerCount;
+    const QSharedPointer<ModelDataStream> cornerVertices
+        = numberInPlace ? firstIndices : newStreamToOverwrite(kIndexType, faceCornerCount);
+    // Each attribute's value number per tuple, all read before a single-use upload frees the
+    // input index streams (the largest input), and so before any GPU value stream is made.
+    // Only the distinct tuples' entries are touched.
+    const size_t streamCount = size_t(indexTuples.size());
+    std::unique_ptr<unsigned int[]> valueOfTuple(new unsigned int[streamCount * size_t(faceCornerCount)]);
     auto *cornerVertex = static_cast<unsigned int *>(cornerVertices->data(0));
-    // Each attribute's value number per tuple, read at once so that a single-use upload can free
-    // the input index streams (the largest input) before any GPU value stream is made.
-    std::unique_ptr<unsigned int[]> valueOfTuple;
-    size_t tupleCount = 0;
-    {
-        // Only the first tupleCount entries are ever written, so only they are touched.
-        const std::unique_ptr<unsigned int[]> firstCorner(new unsigned int[faceCornerCount]);
-        tupleCount = numberIndexTuples(
-            cornerVertex, firstCorner.get(), faceCornerCount, indexTuples.data(), size_t(indexTuples.size()));
-        valueOfTuple.reset(new unsigned int[tupleCount * size_t(attributes.size())]);
-        for (qsizetype a = 0; a < attributes.size(); ++a) {
-            const unsigned int *indices = indexTuples[a].indices;
-            unsigned int *valueNumbers = valueOfTuple.get() + size_t(a) * tupleCount;
-            for (size_t v = 0; v < tupleCount; ++v)
-                valueNumbers[v] = indices[firstCorner[v]];
-            releaseUsedStream(attributes[a]->indices);
-        }
-    }
+    const size_t tupleCount
+        = numberIndexTuples(cornerVertex, valueOfTuple.get(), faceCornerCount, indexTuples.data(), streamCount);
+    for (VertexAttribute *attribute : attributes)
+        releaseUsedStream(attribute->indices);
 
     QVarLengthArray<VertexWeldStream, 8> tupleValues;
     for (qsizetype a = 0; a < attributes.size(); ++a) {
@@ -112,7 +109,7 @@ void ModelBuilder::buildGPUFriendlyStreams(bool mergeByIndices)
         const QSharedPointer<ModelDataStream> gpuValues
             = newStreamToOverwrite(attribute->values->type(), tupleCount * size_t(attribute->componentsPerVertex));
         gatherVertices(gpuValues->data(0), attribute->values->data(0), vertexBytes(*attribute),
-            valueOfTuple.get() + size_t(a) * tupleCount, tupleCount);
+            valueOfTuple.get() + size_t(a) * faceCornerCount, tupleCount);
         releaseUsedStream(attribute->values);
         attribute->gpuValues = gpuValues;
         attribute->gpuIndices = cornerVertices;

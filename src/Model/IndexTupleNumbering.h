@@ -15,14 +15,19 @@ struct IndexTupleStream
 // Numbers the `cornerCount` corners so that corners whose indices are equal in every stream
 // share a number, and returns how many distinct index tuples there are.
 //
-// The result is exactly weldVertices over the index streams as 4-byte vertices: numbers follow
-// the order of first appearance, remap[k] is the number of corner k and firstCorner[n], for n
-// below the result, the first corner numbered n. Both arrays hold `cornerCount` entries;
-// `cornerCount` must be below 2^31. Indices at or above their stream's `valueCount` are allowed.
+// The numbers are exactly those of weldVertices over the index streams as 4-byte vertices: in
+// the order of first appearance, remap[k] the number of corner k. For each tuple n below the
+// result and each stream s, tupleIndices[s * cornerCount + n] receives the tuple's index in
+// that stream. `remap` holds `cornerCount` entries and `tupleIndices` `streamCount *
+// cornerCount`, of which only the entries of the distinct tuples are touched; `cornerCount` must
+// be below 2^31. Indices at or above their stream's `valueCount` are allowed.
 //
-// Working memory: 4 bytes per value of one attribute, and 4 bytes per stream per corner
-// allocated, of which only the part that the distinct tuples need is touched.
-size_t numberIndexTuples(unsigned int *remap, unsigned int *firstCorner, size_t cornerCount,
+// `remap` may be one of the streams' own index arrays: the numbers then replace its indices,
+// which saves a corner-sized array where the caller no longer needs them.
+//
+// Working memory: 4 bytes per value of one attribute and 4 bytes per distinct tuple; more only
+// when the numbering falls back to the hash weld.
+size_t numberIndexTuples(unsigned int *remap, unsigned int *tupleIndices, size_t cornerCount,
     const IndexTupleStream *streams, size_t streamCount);
 
 } // namespace Vardune::Qel

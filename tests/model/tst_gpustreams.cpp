@@ -636,32 +636,41 @@ void TestGPUStreams::indexTuplesNumberInFirstAppearanceOrder_data()
 }
 
 // The numbering keyed on one attribute's index gives the hash weld's numbers on every input: when
-// it gives up on long chains or out-of-range keys, the hash weld's own.
+// it gives up on long chains or out-of-range keys, the hash weld's own. Numbered into one of its
+// own index streams, as a single-use upload does, it gives the same numbers.
 void TestGPUStreams::indexTuplesNumberInFirstAppearanceOrder()
 {
     QFETCH(IndexLists, indices);
     QFETCH(QList<qulonglong>, valueCounts);
     const size_t cornerCount = size_t(indices[0].size());
-    QList<IndexTupleStream> streams;
     QList<VertexWeldStream> weldStreams;
-    for (qsizetype s = 0; s < indices.size(); ++s) {
-        streams.append({ indices[s].constData(), size_t(valueCounts[s]) });
-        weldStreams.append({ indices[s].constData(), sizeof(unsigned int) });
-    }
-    QList<unsigned int> remap(qsizetype(cornerCount), 0), firstCorner(qsizetype(cornerCount), 0);
+    for (const QList<unsigned int> &stream : indices)
+        weldStreams.append({ stream.constData(), sizeof(unsigned int) });
     QList<unsigned int> weldRemap(qsizetype(cornerCount), 0), weldFirstCorner(qsizetype(cornerCount), 0);
-
-    const size_t tupleCount
-        = numberIndexTuples(remap.data(), firstCorner.data(), cornerCount, streams.constData(), size_t(streams.size()));
-
-    const QList<unsigned int> expected = referenceTupleNumbers(indices);
-    QCOMPARE(remap, expected);
     const size_t weldCount = weldVertices(
         weldRemap.data(), weldFirstCorner.data(), cornerCount, weldStreams.constData(), size_t(weldStreams.size()));
-    QCOMPARE(tupleCount, weldCount);
-    firstCorner.resize(qsizetype(tupleCount));
-    weldFirstCorner.resize(qsizetype(weldCount));
-    QCOMPARE(firstCorner, weldFirstCorner);
+    const QList<unsigned int> expected = referenceTupleNumbers(indices);
+    QCOMPARE(weldRemap, expected);
+
+    for (const bool inPlace : { false, true }) {
+        IndexLists input = indices;
+        QList<IndexTupleStream> streams;
+        for (qsizetype s = 0; s < input.size(); ++s)
+            streams.append({ input[s].data(), size_t(valueCounts[s]) });
+        QList<unsigned int> separateRemap(qsizetype(cornerCount), 0);
+        unsigned int *remap = inPlace ? input.last().data() : separateRemap.data();
+        QList<unsigned int> tupleIndices(qsizetype(cornerCount) * input.size(), 0);
+
+        const size_t tupleCount
+            = numberIndexTuples(remap, tupleIndices.data(), cornerCount, streams.constData(), size_t(streams.size()));
+
+        QCOMPARE(tupleCount, weldCount);
+        QCOMPARE(QList<unsigned int>(remap, remap + cornerCount), expected);
+        for (qsizetype s = 0; s < indices.size(); ++s) {
+            for (size_t n = 0; n < tupleCount; ++n)
+                QCOMPARE(tupleIndices[s * qsizetype(cornerCount) + qsizetype(n)], indices[s][weldFirstCorner[n]]);
+        }
+    }
 }
 
 QTEST_GUILESS_MAIN(TestGPUStreams)

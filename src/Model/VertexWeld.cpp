@@ -4,13 +4,15 @@
 // every distinct content; vertices themselves are never copied into keys. The table is allocated
 // once at 1.5 slots per vertex but used, and touched, only as far as the distinct vertices need:
 // it doubles (and is refilled from the survivor list) whenever it is half full, so a mesh with
-// few distinct vertices keeps a small, cache-friendly table. Each vertex is hashed over its
+// few distinct vertices keeps a small, cache-friendly table; when most vertices so far were
+// distinct it grows to its largest size at once. Each vertex is hashed over its
 // bytes, attribute by attribute, a few vertices ahead of its lookup, and its home slot is
 // prefetched then, so that cache misses overlap instead of queueing; refills prefetch the same
 // way, which matters most when nearly every vertex is distinct and the refills place about as
 // many vertices as the lookups.
 // Cost: one hash and usually one probe per vertex, a byte comparison only against candidates in
-// the probe sequence, and refills that add up to fewer than two insertions per distinct vertex;
+// the probe sequence, and refills that add up to fewer than two insertions per distinct vertex
+// (a few thousand in all when nearly every vertex is distinct);
 // 6 bytes of memory per vertex.
 
 #include "VertexWeld.h"
@@ -173,7 +175,10 @@ size_t weldVertices(unsigned int *remap, unsigned int *survivors, size_t vertexC
                 survivors[distinctCount] = static_cast<unsigned int>(vertex);
                 remap[vertex] = static_cast<unsigned int>(distinctCount++);
                 if (distinctCount * 2 > capacity && capacity < maxCapacity) {
-                    capacity = std::min(maxCapacity, capacity * 2);
+                    // Mostly distinct so far (the tuple vertices of a rebuild): take the largest
+                    // table at once rather than refilling it at every doubling.
+                    const bool mostlyDistinct = distinctCount * 2 > vertex + 1;
+                    capacity = mostlyDistinct ? maxCapacity : std::min(maxCapacity, capacity * 2);
                     rehash(table.get(), capacity, hasher, survivors, distinctCount);
                 }
                 break;

@@ -9,6 +9,9 @@
 
 #include <algorithm>
 #include <cmath>
+#include <cstring>
+#include <limits>
+#include <random>
 
 using namespace Vardune::Qel;
 
@@ -88,6 +91,7 @@ private slots:
 
     void findsDegenerateTriangle_data();
     void findsDegenerateTriangle();
+    void inlineLengthIsTheLibrarysHypot();
 };
 
 void TestTriangulation::initTestCase()
@@ -352,6 +356,40 @@ void TestTriangulation::findsDegenerateTriangle()
     QCOMPARE(FindDegenerateTriangle(count, indices.isEmpty() ? nullptr : indices.constData(),
                                     positions.isEmpty() ? nullptr : positions.constData(), start),
              expected);
+}
+
+static quint32 bitsOf(float value)
+{
+    quint32 bits;
+    std::memcpy(&bits, &value, sizeof bits);
+    return bits;
+}
+
+// The ear tests' inline length must round exactly as std::hypot does, or the chosen ears change.
+void TestTriangulation::inlineLengthIsTheLibrarysHypot()
+{
+    const float inf = std::numeric_limits<float>::infinity();
+    const float nan = std::numeric_limits<float>::quiet_NaN();
+    QList<float> values { 0.0f, -0.0f, inf, -inf, nan, 1.0f, -1.0f, 3.0f, 4.0f, 1e-45f, 1.2e-38f, 3.4e38f,
+        -3.4e38f, 1e19f, 1e-19f, 0.1f, 0.70710677f };
+    std::mt19937 random(7);
+    for (int i = 0; i < 20000; ++i) {
+        const quint32 bits = random();
+        float value;
+        std::memcpy(&value, &bits, sizeof value);
+        values.append(value);
+        values.append(std::uniform_real_distribution<float>(-2.0f, 2.0f)(random));
+    }
+    for (qsizetype i = 0; i < values.size(); ++i) {
+        for (const float y : { values[(i * 7 + 1) % values.size()], values[i], 1.0f, nan, inf }) {
+            const float expected = std::hypot(values[i], y);
+            const float actual = length2D(values[i], y);
+            if (std::isnan(expected))
+                QVERIFY2(std::isnan(actual), qPrintable(QString::number(values[i]) + " " + QString::number(y)));
+            else
+                QCOMPARE(bitsOf(actual), bitsOf(expected));
+        }
+    }
 }
 
 QTEST_GUILESS_MAIN(TestTriangulation)

@@ -21,11 +21,11 @@
 #include "VertexGather.h"
 #include "VertexWeld.h"
 #include "WeldStatistics.h"
+#include "WorkArray.h"
 
 #include <QVarLengthArray>
 
 #include <cstdint>
-#include <memory>
 #include <numeric>
 
 namespace Vardune::Qel {
@@ -96,7 +96,7 @@ void ModelBuilder::buildGPUFriendlyStreams(bool mergeByIndices)
     // input index streams (the largest input), and so before any GPU value stream is made.
     // Only the distinct tuples' entries are touched.
     const size_t streamCount = size_t(indexTuples.size());
-    std::unique_ptr<unsigned int[]> valueOfTuple(new unsigned int[streamCount * size_t(faceCornerCount)]);
+    WorkArray valueOfTuple(streamCount * size_t(faceCornerCount));
     auto *cornerVertex = static_cast<unsigned int *>(cornerVertices->data(0));
     const size_t tupleCount
         = numberIndexTuples(cornerVertex, valueOfTuple.get(), faceCornerCount, indexTuples.data(), streamCount);
@@ -122,8 +122,8 @@ void ModelBuilder::buildGPUFriendlyStreams(bool mergeByIndices)
     }
 
     // The byte weld of the tuple vertices, composed with the tuple numbering of the corners.
-    const std::unique_ptr<unsigned int[]> tupleToVertex(new unsigned int[tupleCount]);
-    const std::unique_ptr<unsigned int[]> vertexToTuple(new unsigned int[tupleCount]);
+    const WorkArray tupleToVertex(tupleCount);
+    const WorkArray vertexToTuple(tupleCount);
     const size_t vertexCount = weldVertices(
         tupleToVertex.get(), vertexToTuple.get(), tupleCount, tupleValues.data(), size_t(tupleValues.size()));
     if (vertexCount < tupleCount) { // else every tuple vertex keeps its number and its place

@@ -19,9 +19,13 @@ constexpr size_t kSmallestAdvisedBytes = size_t(4) << 20;
 
 void adviseHugePages(QByteArray &bytes)
 {
-#if defined(__linux__) && defined(__GLIBC__) && defined(MADV_HUGEPAGE)
     // The array's header is the start of the block that malloc or realloc returned.
-    void *block = bytes.data_ptr().d_ptr();
+    adviseHugePagesOfBlock(bytes.data_ptr().d_ptr());
+}
+
+void adviseHugePagesOfBlock(void *block)
+{
+#if defined(__linux__) && defined(__GLIBC__) && defined(MADV_HUGEPAGE)
     if (block == nullptr)
         return;
     const size_t usable = malloc_usable_size(block);
@@ -36,7 +40,7 @@ void adviseHugePages(QByteArray &bytes)
     if ((first & pageMask) == 0 && (end & pageMask) == 0)
         madvise(reinterpret_cast<void *>(first), end - first, MADV_HUGEPAGE); // a refusal changes nothing
 #else
-    (void)bytes;
+    (void)block;
 #endif
 }
 

@@ -14,4 +14,7 @@ namespace Vardune::Qel {
 // systems without transparent huge pages are left alone.
 void adviseHugePages(QByteArray &bytes);
 
+// The same for a block that malloc returned, given by the pointer malloc returned.
+void adviseHugePagesOfBlock(void *block);
+
 } // namespace Vardune::Qel

@@ -21,6 +21,7 @@
 #include "Prefetch.h"
 
 #include "VertexWeld.h"
+#include "WorkArray.h"
 
 #include <cstdint>
 #include <cstring>
@@ -71,10 +72,10 @@ bool numberByKey(unsigned int *remap, size_t cornerCount, const TupleColumns &co
 {
     const size_t keyCount = columns.keyCount;
     const unsigned int *keys = columns.keys;
-    const std::unique_ptr<unsigned int[]> head(new unsigned int[keyCount]);
+    const WorkArray head(keyCount);
     std::memset(head.get(), 0xFF, keyCount * sizeof(unsigned int));
     // Per tuple, the previous tuple with the same key.
-    const std::unique_ptr<unsigned int[]> previous(new unsigned int[cornerCount]);
+    const WorkArray previous(cornerCount);
 
     size_t stepsLeft = kStepsPerCorner * cornerCount + kStepAllowance;
     size_t count = 0;
@@ -156,9 +157,9 @@ size_t weldIndexTuples(unsigned int *remap, unsigned int *tupleIndices, size_t c
     for (size_t s = 0; s < streamCount; ++s)
         weldStreams[s] = { streams[s].indices, sizeof(unsigned int) };
     const bool remapIsAStream = streamHeldIn(remap, streams, streamCount) < streamCount;
-    const std::unique_ptr<unsigned int[]> ownNumbers(remapIsAStream ? new unsigned int[cornerCount] : nullptr);
+    const WorkArray ownNumbers(remapIsAStream ? cornerCount : 0);
     unsigned int *numbers = remapIsAStream ? ownNumbers.get() : remap;
-    const std::unique_ptr<unsigned int[]> firstCorner(new unsigned int[cornerCount]);
+    const WorkArray firstCorner(cornerCount);
     const size_t count = weldVertices(numbers, firstCorner.get(), cornerCount, weldStreams.get(), streamCount);
     for (size_t s = 0; s < streamCount; ++s) {
         unsigned int *ofTuple = tupleIndices + s * cornerCount;

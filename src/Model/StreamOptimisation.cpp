@@ -13,11 +13,11 @@
 #include "VertexGather.h"
 #include "VertexWeld.h"
 #include "WeldStatistics.h"
+#include "WorkArray.h"
 
 #include <QVarLengthArray>
 
 #include <algorithm>
-#include <memory>
 
 namespace Vardune::Qel {
 
@@ -85,9 +85,9 @@ void ModelBuilder::optimizeGPUStreams()
 
     const size_t weldCount = size_t(qMax(vertexCount, 0));
     const bool renumberInWeld = cornersAreVertices(*oldIndices, vertexCount);
-    const std::unique_ptr<unsigned int[]> separateOldToNew(renumberInWeld ? nullptr : new unsigned int[weldCount]);
+    const WorkArray separateOldToNew(renumberInWeld ? 0 : weldCount);
     unsigned int *oldToNew = renumberInWeld ? static_cast<unsigned int *>(oldIndices->data(0)) : separateOldToNew.get();
-    const std::unique_ptr<unsigned int[]> newToOld(new unsigned int[weldCount]);
+    const WorkArray newToOld(weldCount);
     const int newVertexCount
         = int(weldVertices(oldToNew, newToOld.get(), weldCount, streams.data(), size_t(streams.size())));
     QEL_CHECK(newVertexCount <= vertexCount, 807, "%d <= %d", newVertexCount, vertexCount);

@@ -17,11 +17,11 @@
 
 #include "VertexWeld.h"
 #include "Prefetch.h"
+#include "WorkArray.h"
 
 #include <algorithm>
 #include <cstdint>
 #include <cstring>
-#include <memory>
 
 namespace Vardune::Qel {
 
@@ -138,7 +138,7 @@ size_t weldVertices(unsigned int *remap, unsigned int *survivors, size_t vertexC
     // Allocated once at its largest size but touched only as far as it has grown: fresh pages
     // cost more than the probes themselves.
     const size_t maxCapacity = vertexCount + vertexCount / 2;
-    const std::unique_ptr<unsigned int[]> table(new unsigned int[maxCapacity]);
+    const WorkArray table(maxCapacity);
     size_t capacity = std::min(maxCapacity, kInitialCapacity);
     std::memset(table.get(), 0xFF, capacity * sizeof(unsigned int));
 

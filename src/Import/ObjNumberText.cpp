@@ -56,9 +56,10 @@ ptrdiff_t significantDigitCount(const char *begin, const char *end)
     return digits - leadingZeros;
 }
 
-// The double that QLocale's conversion gives for plain decimal text; false for any other text
-// and for values outside the double range, which the caller leaves to Qt.
-bool plainDecimalToDouble(const char *begin, const char *end, double &result)
+// The plain decimal at the start of [begin, end) and the double that QLocale's conversion gives
+// for exactly its bytes; returns where it ends, or nullptr when the bytes start with anything
+// else or the value is outside the double range, which the caller leaves to Qt.
+const char *leadingPlainDecimal(const char *begin, const char *end, double &result)
 {
     const char *p = begin;
     const bool negative = p != end && *p == '-';
@@ -78,7 +79,7 @@ bool plainDecimalToDouble(const char *begin, const char *end, double &result)
         p = fractionEnd;
     }
     if (digits == 0)
-        return false;
+        return nullptr;
     // Only a long digit string can have wrapped the mantissa.
     const bool fitsMantissa = digits <= kMantissaDigits || significantDigitCount(numberStart, p) <= kMantissaDigits;
     if (p != end && (*p == 'e' || *p == 'E')) {
@@ -86,30 +87,28 @@ bool plainDecimalToDouble(const char *begin, const char *end, double &result)
         const bool negativeExponent = p != end && *p == '-';
         if (p != end && (*p == '-' || *p == '+'))
             ++p;
-        if (p == end)
-            return false;
+        if (p == end || !isDigit(*p))
+            return nullptr;
         int value = 0;
         for (; p != end && isDigit(*p); ++p)
             value = value < 100000 ? value * 10 + (*p - '0') : value;
         exponent += negativeExponent ? -value : value;
     }
-    if (p != end)
-        return false;
 
     if (fitsMantissa && mantissa <= kLargestExactMantissa && exponent >= -kLargestExactPower
         && exponent <= kLargestExactPower) {
         const double magnitude
             = exponent < 0 ? double(mantissa) / kPowersOfTen[-exponent] : double(mantissa) * kPowersOfTen[exponent];
         result = negative ? -magnitude : magnitude;
-        return true;
+        return p;
     }
     // from_chars takes no '+', and reports overflow and underflow to zero as out of range.
     double value = 0;
-    const std::from_chars_result parsed = std::from_chars(numberStart, end, value, std::chars_format::general);
-    if (parsed.ec != std::errc() || parsed.ptr != end)
-        return false;
+    const std::from_chars_result parsed = std::from_chars(numberStart, p, value, std::chars_format::general);
+    if (parsed.ec != std::errc() || parsed.ptr != p)
+        return nullptr;
     result = negative ? -value : value;
-    return true;
+    return p;
 }
 
 // Qt's narrowing of a parsed double to float.
@@ -124,11 +123,20 @@ float narrowAsQt(double value)
 
 } // namespace
 
+const char *readLeadingPlainFloat(const char *begin, const char *end, float &value)
+{
+    double number = 0;
+    const char *stop = leadingPlainDecimal(begin, end, number);
+    if (stop)
+        value = narrowAsQt(number);
+    return stop;
+}
+
 float objTextToFloat(const char *begin, const char *end)
 {
-    double value = 0;
-    if (plainDecimalToDouble(begin, end, value))
-        return narrowAsQt(value);
+    float value = 0;
+    if (readLeadingPlainFloat(begin, end, value) == end)
+        return value;
     return QString::fromLatin1(begin, end - begin).toFloat();
 }
 

@@ -11,6 +11,11 @@ namespace Vardune::Qel {
 
 // A word that is not a number gives 0, as QString::toFloat does.
 float objTextToFloat(const char *begin, const char *end);
+// The fast path alone, for a reader that has not yet found where the word ends: the plain
+// decimal at the start of [begin, end), converted as objTextToFloat converts a word of exactly
+// its bytes; returns where it ends, or nullptr (value untouched) when the bytes start with
+// anything else or need Qt's conversion.
+const char *readLeadingPlainFloat(const char *begin, const char *end, float &value);
 // False when the word is not a 32-bit integer.
 bool objTextToInt(const char *begin, const char *end, qint32 &value);
 

@@ -162,6 +162,12 @@ private:
             p = skipSpace(p, end);
             if (p == end)
                 break;
+            // Most words are plain decimals, read without a separate search for their end.
+            const char *stop = readLeadingPlainFloat(p, end, values[i]);
+            if (stop && (stop == end || isSpace(*stop))) {
+                p = stop;
+                continue;
+            }
             unsigned char highBits = 0;
             const char *word = p;
             p = wordEnd(p, end, highBits);
@@ -180,17 +186,21 @@ private:
             p = skipSpace(p, end);
             if (p == end || *p == '#')
                 break;
-            unsigned char highBits = 0;
-            const char *word = p;
-            p = wordEnd(p, end, highBits);
-            if (highBits & 0x80) {
-                _gatherer.dropCorners(firstCorner);
-                return readDecodedLine(begin, end, terminated);
-            }
             qint32 numbers[3] = { 0, 0, 0 };
-            if (!readCorner(word, p, numbers)) {
-                _gatherer.dropCorners(firstCorner);
-                return;
+            if (const char *plainEnd = readPlainCorner(p, end, numbers)) {
+                p = plainEnd;
+            } else {
+                unsigned char highBits = 0;
+                const char *word = p;
+                p = wordEnd(p, end, highBits);
+                if (highBits & 0x80) {
+                    _gatherer.dropCorners(firstCorner);
+                    return readDecodedLine(begin, end, terminated);
+                }
+                if (!readAnyCorner(word, p, numbers)) {
+                    _gatherer.dropCorners(firstCorner);
+                    return;
+                }
             }
             _gatherer.addCorner(objCornerIndex(numbers[0], counts.positions),
                 objCornerIndex(numbers[1], counts.texCoords), objCornerIndex(numbers[2], counts.normals));
@@ -198,36 +208,33 @@ private:
         _gatherer.addFace(firstCorner, _lineNumber);
     }
 
-    // Fields position/texture coordinate/normal of one corner word; an empty or missing second
-    // or third field is 0, fields after the third are ignored.
-    static bool readCorner(const char *word, const char *end, qint32 *numbers)
-    {
-        return readPlainCorner(word, end, numbers) || readAnyCorner(word, end, numbers);
-    }
-
-    // The usual corner, fields of an optional '-' and up to nine digits, read in one pass; false,
-    // with nothing decided, for anything else.
-    static bool readPlainCorner(const char *p, const char *end, qint32 *numbers)
+    // The usual corner word at p: fields position/texture coordinate/normal of an optional '-' and
+    // up to nine digits, an empty or missing second or third field 0, read in one pass up to the
+    // white space or line end after it. Returns where the word ends, or nullptr for any other word
+    // (fields after the third included), which the general reader takes over.
+    static const char *readPlainCorner(const char *p, const char *end, qint32 *numbers)
     {
         constexpr ptrdiff_t kMostDigits = 9; // below 2^31
-        for (int field = 0; field < 3; ++field) {
+        for (int field = 0;; ++field) {
             const bool negative = p != end && *p == '-';
             p += negative ? 1 : 0;
             const char *digits = p;
             qint32 value = 0;
             for (; p != end && static_cast<unsigned char>(*p - '0') < 10 && p - digits < kMostDigits; ++p)
                 value = value * 10 + (*p - '0');
-            const bool fieldEnds = p == end || *p == '/';
-            if (!fieldEnds || (p == digits && (field == 0 || negative)))
-                return false;
+            if (p == digits && (field == 0 || negative))
+                return nullptr;
             numbers[field] = negative ? -value : value;
-            if (p == end)
-                return true;
+            if (p == end || isSpace(*p))
+                return p;
+            if (*p != '/' || field == 2)
+                return nullptr;
             ++p;
         }
-        return true;
     }
 
+    // Any corner word [word, end): fields position/texture coordinate/normal; an empty or
+    // missing second or third field is 0, fields after the third are ignored.
     static bool readAnyCorner(const char *word, const char *end, qint32 *numbers)
     {
         const char *fieldStart = word;

@@ -6,6 +6,8 @@
 
 #include <QMessageLogger>
 
+#include <algorithm>
+
 namespace Vardune::Qel {
 
 namespace {
@@ -63,18 +65,15 @@ QString faceProblem(const ObjMesh &mesh, size_t first, quint32 count, const Inde
 }
 
 // True when every index of the array is below `count`, or also kNoIndex where `noIndexUsable`:
-// one branch-free pass, so that the usual file costs no per-face work.
+// one pass that keeps only the largest index, which vectorises, so that the usual file costs no
+// per-face work. Adding 1 wraps kNoIndex to 0, below every count.
 bool allUsable(const PodArray<quint32> &indices, quint32 count, bool noIndexUsable)
 {
-    bool usable = true;
-    if (noIndexUsable) {
-        for (const quint32 index : indices)
-            usable &= isUsable(index, count);
-    } else {
-        for (const quint32 index : indices)
-            usable &= index < count;
-    }
-    return usable;
+    const quint32 shift = noIndexUsable ? 1 : 0;
+    quint32 largest = 0;
+    for (const quint32 index : indices)
+        largest = std::max(largest, quint32(index + shift));
+    return indices.empty() || (noIndexUsable ? largest <= count : largest < count);
 }
 
 } // namespace

@@ -2,19 +2,22 @@
 // A cache hit costs one hash lookup and nothing else. A miss decodes the file, mirrors it in
 // place so that its bottom row comes first (where texture coordinates begin), brings it to
 // 32-bit BGRA (a copy only when QImage decoded it into another layout) and uploads level 0;
-// OpenGL derives levels 1 to 4 from it.
+// OpenGL derives levels 1 to 4 from it. A PNG that no decoder could read image data from, but
+// whose chunk lengths would make the PNG decoder reserve gigabytes, is refused before decoding.
 
 #include "LoadTexture.h"
 
 #include <QelGL/AutoBinder.h>
 #include <QelGL/Texture.h>
 
+#include <QFile>
 #include <QFileInfo>
 #include <QHash>
 #include <QImage>
 #include <QOpenGLContext>
 #include <QOpenGLExtraFunctions>
 #include <QSysInfo>
+#include <QtEndian>
 
 #include <utility>
 
@@ -60,6 +63,27 @@ void uploadMipmapped(QOpenGLExtraFunctions *gl, Texture *texture, const QImage &
     gl->glGenerateMipmap(texture->target());
 }
 
+// Whether the file is a PNG in which a chunk before the image data claims more bytes than the
+// file has left. No decoder can find image data in such a file, and the PNG decoder would first
+// reserve what the chunk claims (up to 2 GiB for a text chunk) and read to the end of the file.
+bool isPngWithChunkPastEnd(const QString &path)
+{
+    QFile file(path);
+    if (!file.open(QIODevice::ReadOnly) || file.read(8) != QByteArrayView("\x89PNG\r\n\x1a\n", 8))
+        return false;
+    const qint64 size = file.size();
+    for (qint64 position = 8;;) {
+        const QByteArray header = file.read(8); // length, then type
+        if (header.size() < 8 || QByteArrayView(header).sliced(4) == "IDAT")
+            return false;
+        position += 12 + qint64(qFromBigEndian<quint32>(header.constData())); // header, data, checksum
+        if (position > size)
+            return true;
+        if (!file.seek(position))
+            return false;
+    }
+}
+
 } // namespace
 
 Texture *LoadTexture(const QString &path)
@@ -73,7 +97,7 @@ Texture *LoadTexture(const QString &path)
         return nullptr;
 
     QImage image;
-    if (!QFileInfo(path).isFile() || !image.load(path))
+    if (!QFileInfo(path).isFile() || isPngWithChunkPastEnd(path) || !image.load(path))
         return nullptr;
     image = toBgra(std::move(image).mirrored(false, true));
 

@@ -219,6 +219,12 @@ void TestTexture::unreadablePathsGiveNullSilently_data()
     QTest::newRow("garbage bytes") << QStringLiteral("garbage.png")
                                    << QByteArray("\x89PNG\r\n\x1a\nnot an image at all");
     QTest::newRow("empty file") << QStringLiteral("empty.jpg") << QByteArray("");
+    // The decoder would hold 1.8 GB for seconds before giving up on this one.
+    QTest::newRow("PNG text chunk longer than the file")
+        << QStringLiteral("long-text.png")
+        << QByteArray::fromHex("89504e470d0a1a0a0000000d4948445200000080000000800806000000c33e61cb00000009704859730000"
+                               "0b1300000b1301009a9c180000000774494d4507e5080110330400b1ed0e6c00001d69545874436f6d6d"
+                               "656e74000000000043726561746564");
     QTest::newRow("empty path") << QString() << QByteArray();
 }
 

@@ -50,6 +50,7 @@ int clipEars(int count, const Vector2f *points, bool reversed, int *corners)
     thread_local std::vector<EarVertex> ringBuffer;
     thread_local EarQueue queue;
     thread_local CornerTree treeBuffer;
+    thread_local std::vector<Vector2f> directionBuffer;
     ringBuffer.resize(count);
     EarVertex *ring = ringBuffer.data();
     for (int k = 0; k < count; ++k) {
@@ -61,10 +62,17 @@ int clipEars(int count, const Vector2f *points, bool reversed, int *corners)
     const bool large = count >= kTreeThreshold;
     CornerTree *tree = large && treeBuffer.build(count, points) ? &treeBuffer : nullptr;
     EarQueue *ears = large ? &queue : nullptr;
+    // Below the tree's threshold the scans use every direction between two corners many times.
+    const Vector2f *directions = nullptr;
+    if (!large) {
+        directionBuffer.resize(size_t(count) * size_t(count));
+        PolygonDirections(count, points, directionBuffer.data());
+        directions = directionBuffer.data();
+    }
     if (ears)
         ears->reset(count);
     const auto update = [&](int k) {
-        UpdateEarState(k, count, points, ring, tree);
+        UpdateEarState(k, count, points, ring, tree, directions);
         if (ears)
             ears->update(k, ring);
     };

@@ -2,7 +2,9 @@
 // neighbours) and no other active corner inside its triangle or on the border. Without a tree the
 // blocking test scans every corner, O(n); with one it tests only the corners that the tree finds
 // near the triangle, about O(log n) for well-spread points. The per-corner test is the same either
-// way, and so is the answer.
+// way, and so is the answer. Every unit direction the test uses is that between two corners, so a
+// small polygon reads them from a table made once (n² normalisations instead of several for each
+// corner scanned at each cut); the table holds the very values the test would compute.
 
 #include "CornerTree.h"
 #include "PolygonTriangulation.h"
@@ -34,6 +36,7 @@ bool operator==(Vector2f a, Vector2f b)
 // The triangle corner → next → prev of an ear candidate and its unit edge directions.
 struct EarTriangle
 {
+    int corners[3]; // corner, next, prev
     Vector2f corner;
     Vector2f next;
     Vector2f prev;
@@ -41,24 +44,29 @@ struct EarTriangle
     Vector2f edge1;
     Vector2f edge2;
 
-    // Whether `point` lies inside the triangle or on its border, compared through unit directions
-    // so that the signs measure angles, not areas. A NaN compares false and blocks nothing. A
-    // point repeating a corner's position, as where an outline runs to a hole and back along one
-    // edge, does not block either.
-    bool blocks(Vector2f point) const
+    // Whether corner k lies inside the triangle or on its border, compared through unit
+    // directions so that the signs measure angles, not areas. A NaN compares false and blocks
+    // nothing. A point repeating a corner's position, as where an outline runs to a hole and back
+    // along one edge, does not block either.
+    template<typename UnitDifference>
+    bool blocks(int k, const Vector2f *points, UnitDifference unitDifference) const
     {
+        const Vector2f point = points[k];
         if (point == corner || point == next || point == prev)
             return false;
-        return cross(edge0, normalized(difference(point, corner))) >= 0.0f
-            && cross(edge1, normalized(difference(point, next))) >= 0.0f
-            && cross(edge2, normalized(difference(point, prev))) >= 0.0f;
+        return cross(edge0, unitDifference(k, corners[0])) >= 0.0f
+            && cross(edge1, unitDifference(k, corners[1])) >= 0.0f
+            && cross(edge2, unitDifference(k, corners[2])) >= 0.0f;
     }
 };
 
-bool blockedByScan(const EarTriangle &ear, int i, int count, const Vector2f *points, const EarVertex *ring)
+template<typename UnitDifference>
+bool blockedByScan(const EarTriangle &ear, int count, const Vector2f *points, const EarVertex *ring,
+    UnitDifference unitDifference)
 {
     for (int k = 0; k < count; ++k) {
-        if (k != i && k != ring[i].prev && k != ring[i].next && ring[k].active && ear.blocks(points[k]))
+        if (k != ear.corners[0] && k != ear.corners[1] && k != ear.corners[2] && ring[k].active
+            && ear.blocks(k, points, unitDifference))
             return true;
     }
     return false;
@@ -66,30 +74,41 @@ bool blockedByScan(const EarTriangle &ear, int i, int count, const Vector2f *poi
 
 } // namespace
 
-void UpdateEarState(int i, int count, const Vector2f *points, EarVertex *ring, const CornerTree *tree)
+void PolygonDirections(int count, const Vector2f *points, Vector2f *directions)
+{
+    for (int a = 0; a < count; ++a) {
+        for (int b = 0; b < count; ++b)
+            directions[a * count + b] = normalized(difference(points[a], points[b]));
+    }
+}
+
+void UpdateEarState(
+    int i, int count, const Vector2f *points, EarVertex *ring, const CornerTree *tree, const Vector2f *directions)
 {
     EarVertex &vertex = ring[i];
-    const Vector2f corner = points[i];
-    const Vector2f nextCorner = points[vertex.next];
-    const Vector2f prevCorner = points[vertex.prev];
+    // normalized(points[a] − points[b]), from the table when there is one.
+    const auto unitDifference = [&](int a, int b) {
+        return directions ? directions[a * count + b] : normalized(difference(points[a], points[b]));
+    };
 
-    const Vector2f toNext = normalized(difference(nextCorner, corner));
-    const Vector2f toPrev = normalized(difference(prevCorner, corner));
+    const Vector2f toNext = unitDifference(vertex.next, i);
+    const Vector2f toPrev = unitDifference(vertex.prev, i);
     vertex.cross = cross(toNext, toPrev);
     vertex.cosAngle = dot(toNext, toPrev);
     vertex.isEar = vertex.cross > 0.0f;
     if (!vertex.isEar)
         return;
 
-    const EarTriangle ear { corner, nextCorner, prevCorner, toNext, normalized(difference(prevCorner, nextCorner)),
-        normalized(difference(corner, prevCorner)) };
+    const EarTriangle ear { { i, vertex.next, vertex.prev }, points[i], points[vertex.next], points[vertex.prev], toNext,
+        unitDifference(vertex.prev, vertex.next), unitDifference(i, vertex.prev) };
     if (tree) {
         // The tree holds the active corners only.
-        const EarTriangleEdges edges { { corner, nextCorner, prevCorner }, { ear.edge0, ear.edge1, ear.edge2 } };
-        vertex.isEar = !tree->anyCornerWithin(
-            edges, [&](int k) { return k != i && k != vertex.prev && k != vertex.next && ear.blocks(points[k]); });
+        const EarTriangleEdges edges { { ear.corner, ear.next, ear.prev }, { ear.edge0, ear.edge1, ear.edge2 } };
+        vertex.isEar = !tree->anyCornerWithin(edges, [&](int k) {
+            return k != i && k != vertex.prev && k != vertex.next && ear.blocks(k, points, unitDifference);
+        });
     } else
-        vertex.isEar = !blockedByScan(ear, i, count, points, ring);
+        vertex.isEar = !blockedByScan(ear, count, points, ring, unitDifference);
 }
 
 } // namespace Vardune::Qel

@@ -44,9 +44,14 @@ int TriangulatePolygon2D(int count, const Vector2f *points, bool reversed, int *
 // output once. Returns how many were written, 0 after the same warning on failure.
 int TriangulatePolygon3D(int count, const int *indices, const float *positions, unsigned int *out);
 
+// Fills the count × count table directions[a * count + b] = normalized(points[a] − points[b]).
+void PolygonDirections(int count, const Vector2f *points, Vector2f *directions);
+
 // Recomputes `cross`, `cosAngle` and `isEar` of ring[i] from its present neighbours. The blocking
 // test looks at every active corner when `tree` is null, else (built over the same points, cut
-// corners removed) only at those it finds near the ear, with the same result.
-void UpdateEarState(int i, int count, const Vector2f *points, EarVertex *ring, const CornerTree *tree);
+// corners removed) only at those it finds near the ear, with the same result. `directions`, when
+// not null, is the table of PolygonDirections over the same points, read instead of normalising.
+void UpdateEarState(
+    int i, int count, const Vector2f *points, EarVertex *ring, const CornerTree *tree, const Vector2f *directions);
 
 } // namespace Vardune::Qel

@@ -176,6 +176,8 @@ size_t weldIndexTuples(unsigned int *remap, unsigned int *tupleIndices, size_t c
 size_t numberIndexTuples(unsigned int *remap, unsigned int *tupleIndices, size_t cornerCount,
     const IndexTupleStream *streams, size_t streamCount)
 {
+    if (cornerCount == 0) // and the arrays may all be null
+        return 0;
     const size_t keyStream = keyStreamOf(streams, streamCount, cornerCount);
     size_t tupleCount = 0;
     size_t numbered = 0;

@@ -27,7 +27,7 @@ namespace Vardune::Qel {
 
 namespace {
 
-constexpr size_t kBlockBytes = size_t(1) << 20;
+constexpr size_t kBlockBytes = size_t(128) << 10;
 
 bool isSpace(char c)
 {

@@ -12,11 +12,11 @@ namespace Vardune::Qel {
 
 // A growing array of plain values for the large per-line and per-corner arrays of an import.
 //
-// The bytes live in a QByteArray whose size is the capacity. An unshared QByteArray grows by
-// realloc, which moves mapped blocks by remapping their pages instead of copying them, and the
-// array asks for huge pages before the new space is written: every byte is touched once,
-// however often the array grows. New elements are not initialised. takeBytes() hands the bytes
-// over without a copy, so that a builder stream can adopt them.
+// The bytes live in a QByteArray, whose reserved capacity the elements fill. It grows as
+// HugePages.h places large arrays: into a mapped block early, which the C library grows by
+// remapping its pages instead of copying them, with huge pages asked for before the new space
+// is written. New elements are not initialised. takeBytes() hands the bytes over without a
+// copy, so that a builder stream can adopt them.
 template<typename T>
 class PodArray
 {
@@ -79,35 +79,14 @@ public:
     }
 
 private:
-    static constexpr size_t kFirstCapacity = 4096 / sizeof(T);
-    static constexpr size_t kMapFromBytes = size_t(256) << 10;
-    static constexpr size_t kHugePagesFromBytes = size_t(4) << 20;
-    // Just above the largest threshold the C library maps from (32 MiB), a whole number of T.
-    static constexpr size_t kMappedBytes = (size_t(32) << 20) + 4096 * sizeof(T);
-
-    // _capacity is the part of the block in use so far; the block itself may be larger.
+    // The bytes' size is brought up to the elements in use before growth, which keeps only
+    // those; elements past it are written into the capacity that QByteArray reserved.
     void grow(size_t least)
     {
-        size_t capacity = _capacity < kFirstCapacity ? kFirstCapacity : _capacity * 2;
-        if (capacity < least)
-            capacity = least;
-        const size_t blockCapacity = size_t(_bytes.size()) / sizeof(T);
-        if (capacity > blockCapacity) {
-            // The C library grows only a mapped block by remapping its pages; a smaller block may
-            // come from the heap and be copied at every growth. A growing array moves to a block
-            // above the library's largest mapping threshold early, after one small copy; the
-            // space it does not write stays untouched and costs no memory.
-            size_t newBlockCapacity = capacity;
-            if (capacity * sizeof(T) >= kMapFromBytes && capacity * sizeof(T) < kMappedBytes)
-                newBlockCapacity = kMappedBytes / sizeof(T);
-            _bytes.resize(qsizetype(newBlockCapacity * sizeof(T))); // no fill; reports exhaustion as Qt does
-            _data = reinterpret_cast<T *>(_bytes.data());
-        }
-        // Huge pages only once the array itself is large, so that a small array in a large
-        // block does not fault in a whole huge page.
-        if (capacity * sizeof(T) >= kHugePagesFromBytes)
-            adviseHugePages(_bytes);
-        _capacity = capacity;
+        _bytes.resize(qsizetype(_size * sizeof(T))); // within the capacity: nothing moves
+        resizeHugePageBytes(_bytes, qsizetype(least * sizeof(T))); // reports exhaustion as Qt does
+        _data = reinterpret_cast<T *>(_bytes.data());
+        _capacity = size_t(_bytes.capacity()) / sizeof(T);
     }
 
     QByteArray _bytes;

@@ -1,8 +1,12 @@
 #include "HugePages.h"
 
 #include <cstdint>
+#include <cstdlib>
+#include <cstring>
+#include <utility>
 
 #if defined(__linux__) && defined(__GLIBC__)
+#include <linux/mman.h>
 #include <malloc.h>
 #include <sys/mman.h>
 #include <unistd.h>
@@ -12,46 +16,124 @@ namespace Vardune::Qel {
 
 namespace {
 
-// Below this, the block does not span a whole huge page worth asking for.
-constexpr size_t kSmallestAdvisedBytes = size_t(4) << 20;
+// Below this, the small page faults of an array cost less than making a huge page for it.
+constexpr size_t kHugePagesFromBytes = size_t(256) << 10;
 // The usual size of a transparent huge page; advice on a range not aligned to another size
 // only covers fewer pages.
-constexpr uintptr_t kHugePageBytes = uintptr_t(2) << 20;
+constexpr size_t kHugePageBytes = size_t(2) << 20;
+// Above the C library's largest mapping threshold (32 MiB), so that a request this large gets
+// a mapping of its own.
+constexpr size_t kSmallestMappingBytes = size_t(34) << 20;
 
-} // namespace
-
-void adviseHugePages(QByteArray &bytes)
+bool getsHugePages(size_t size)
 {
-    // The array's header is the start of the block that malloc or realloc returned.
-    adviseHugePagesOfBlock(bytes.data_ptr().d_ptr());
+    return size >= kHugePagesFromBytes;
 }
 
-void adviseHugePagesOfBlock(void *block)
+// The bytes to ask malloc for: a mapping of a whole number of huge pages once its header and
+// the page rounding are added (they take less than 2 KiB), which the system aligns to a huge
+// page, so that the array gets huge pages from its first byte.
+size_t mappedRequest(size_t size)
+{
+    const size_t mapping = size < kSmallestMappingBytes - 4096
+        ? kSmallestMappingBytes
+        : (size + 4096 + kHugePageBytes - 1) / kHugePageBytes * kHugePageBytes;
+    return mapping - 2048;
+}
+
+// Whether a block keeps the size it is made with, or grows.
+enum class Growth { None, Expected };
+
+// Advises the huge pages of a block that malloc returned, given by the pointer malloc returned,
+// of which the first `used` bytes are to be written.
+void adviseBlock(void *block, size_t used, Growth growth)
 {
 #if defined(__linux__) && defined(__GLIBC__) && defined(MADV_HUGEPAGE)
-    if (block == nullptr)
-        return;
-    const size_t usable = malloc_usable_size(block);
-    if (usable < kSmallestAdvisedBytes)
+    if (block == nullptr || !getsHugePages(used))
         return;
     // A mapped block is preceded by the C library's two-word chunk header at the start of its
-    // first page and ends where its last page ends: it is advised whole. Any other block lies in
-    // a heap, which the C library grows without remapping, so the whole huge pages inside it are
-    // advised; they also serve whatever the heap hands out there after the block is freed.
+    // first page and ends where its last page ends: it is advised whole (advice on part of a
+    // mapping splits it, and the C library could then no longer grow it by remapping). Any
+    // other block lies in a heap, which the C library grows without remapping, so the whole
+    // huge pages inside it are advised.
     static const uintptr_t pageMask = uintptr_t(sysconf(_SC_PAGESIZE)) - 1;
     const uintptr_t first = uintptr_t(block) - 2 * sizeof(size_t);
-    const uintptr_t end = uintptr_t(block) + usable;
+    const uintptr_t end = uintptr_t(block) + malloc_usable_size(block);
     if ((first & pageMask) == 0 && (end & pageMask) == 0) {
-        madvise(reinterpret_cast<void *>(first), end - first, MADV_HUGEPAGE); // a refusal changes nothing
+        // An array that keeps its size and spans several huge pages leaves its last one to
+        // small pages when it uses less than half of it: the memory a huge page would hold
+        // unused matters more then than the time.
+        uintptr_t adviseEnd = end;
+        const size_t usedEnd = uintptr_t(block) + used - first;
+        const size_t lastUsed = usedEnd % kHugePageBytes;
+        if (growth == Growth::None && usedEnd > kHugePageBytes && lastUsed != 0 && lastUsed < kHugePageBytes / 2)
+            adviseEnd = first + usedEnd - lastUsed;
+        madvise(reinterpret_cast<void *>(first), adviseEnd - first, MADV_HUGEPAGE); // a refusal changes nothing
+#ifdef MADV_COLLAPSE
+        // The header was written before the advice, so the first huge page would be made of
+        // small pages; it is made whole now, which costs less than their page faults.
+        if ((first & (kHugePageBytes - 1)) == 0)
+            madvise(reinterpret_cast<void *>(first), kHugePageBytes, MADV_COLLAPSE);
+#endif
         return;
     }
-    const uintptr_t hugeFirst = (uintptr_t(block) + kHugePageBytes - 1) & ~(kHugePageBytes - 1);
-    const uintptr_t hugeEnd = end & ~(kHugePageBytes - 1);
+    const uintptr_t hugeFirst = (uintptr_t(block) + kHugePageBytes - 1) & ~uintptr_t(kHugePageBytes - 1);
+    const uintptr_t hugeEnd = end & ~uintptr_t(kHugePageBytes - 1);
     if (hugeFirst < hugeEnd)
         madvise(reinterpret_cast<void *>(hugeFirst), hugeEnd - hugeFirst, MADV_HUGEPAGE);
 #else
     (void)block;
+    (void)used;
+    (void)growth;
 #endif
+}
+
+// The array's header is the start of the block that malloc or realloc returned.
+void adviseBytes(QByteArray &bytes, qsizetype used, Growth growth)
+{
+    adviseBlock(bytes.data_ptr().d_ptr(), size_t(used), growth);
+}
+
+QByteArray placedBytes(qsizetype size, Growth growth)
+{
+    if (!getsHugePages(size_t(size)))
+        return QByteArray(size, Qt::Uninitialized);
+    // Advice comes before resize(), which writes the terminating zero.
+    QByteArray bytes;
+    bytes.reserve(qsizetype(mappedRequest(size_t(size)))); // reports exhaustion as Qt does
+    adviseBytes(bytes, size, growth);
+    bytes.resize(size);
+    return bytes;
+}
+
+} // namespace
+
+QByteArray hugePageBytes(qsizetype size)
+{
+    return placedBytes(size, Growth::None);
+}
+
+void resizeHugePageBytes(QByteArray &bytes, qsizetype size)
+{
+    const qsizetype capacity = bytes.capacity();
+    if (size > capacity && getsHugePages(size_t(size)) && size_t(capacity) < kSmallestMappingBytes - 4096) {
+        QByteArray block = placedBytes(size, Growth::Expected);
+        if (!bytes.isEmpty())
+            std::memcpy(block.data(), bytes.constData(), size_t(bytes.size()));
+        bytes = std::move(block);
+        return;
+    }
+    bytes.resize(size);
+    // Advice stays with a block; only a new block, after growth, needs it.
+    if (bytes.capacity() != capacity)
+        adviseBytes(bytes, size, Growth::Expected);
+}
+
+void *hugePageMalloc(size_t size)
+{
+    void *block = std::malloc(getsHugePages(size) ? mappedRequest(size) : size);
+    adviseBlock(block, size, Growth::None);
+    return block;
 }
 
 } // namespace Vardune::Qel

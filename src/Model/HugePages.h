@@ -2,20 +2,29 @@
 
 #include <QByteArray>
 
+#include <cstddef>
+
 namespace Vardune::Qel {
 
-// Asks the system to back the storage of a large byte array with huge pages: one page fault
-// per 2 MiB instead of per 4 KiB, which is most of the cost of filling fresh memory. Advice
-// applies to new pages, so it is best given before the first write, and again after growth.
+// Memory for large arrays that are about to be written, placed so that the system can back it
+// with huge pages: one page fault per 2 MiB instead of one per 4 KiB, which is most of the cost
+// of filling fresh memory.
 //
-// A block the C library mapped on its own is advised as a whole: advice on part of a mapping
-// splits it in two, and the C library can then no longer grow the block by remapping its pages,
-// so every growth would copy it. Of a block inside a heap, which is never remapped, the whole
-// huge pages it spans are advised. Small arrays and systems without transparent huge pages are
-// left alone.
-void adviseHugePages(QByteArray &bytes);
+// A huge page needs its whole 2 MiB range inside one mapping and untouched, and advice applies
+// to new pages only. So an array from 256 KiB on gets a mapping of its own, aligned to a huge
+// page and advised before its first write; a small one gets at least more than the C library's
+// largest mapping threshold (32 MiB), of which the part it does not write is never touched and
+// costs no memory. An array grows by remapping. Small arrays and systems without transparent
+// huge pages are left alone.
 
-// The same for a block that malloc returned, given by the pointer malloc returned.
-void adviseHugePagesOfBlock(void *block);
+// `size` uninitialised bytes.
+QByteArray hugePageBytes(qsizetype size);
+
+// QByteArray::resize() for a growing array: new bytes are uninitialised, and an array that
+// grows out of a small block moves to a block placed as above.
+void resizeHugePageBytes(QByteArray &bytes, qsizetype size);
+
+// malloc() placed as above; free the block with free().
+void *hugePageMalloc(size_t size);
 
 } // namespace Vardune::Qel

@@ -17,21 +17,18 @@ qsizetype byteLength(unsigned int type, size_t count)
 
 } // namespace
 
-// Large arrays are advised into huge pages before their first write (the zero fill).
+// Large arrays get huge pages before their first write (the zero fill).
 ModelDataArray::ModelDataArray(unsigned int type, size_t count)
     : _type(type)
-    , _data(byteLength(type, count), Qt::Uninitialized)
+    , _data(hugePageBytes(byteLength(type, count)))
 {
-    adviseHugePages(_data);
     std::memset(_data.data(), 0, size_t(_data.size()));
 }
 
 ModelDataArray::ModelDataArray(unsigned int type, size_t count, Qt::Initialization)
     : _type(type)
-    , _data(byteLength(type, count), Qt::Uninitialized)
-{
-    adviseHugePages(_data);
-}
+    , _data(hugePageBytes(byteLength(type, count)))
+{ }
 
 ModelDataArray::ModelDataArray(unsigned int type, QByteArray &&bytes)
     : _type(type)
@@ -75,16 +72,7 @@ void ModelDataArray::resize(size_t count)
 
 void ModelDataArray::resizeUninitialised(size_t count)
 {
-    const qsizetype oldCapacity = _data.capacity();
-    _data.resize(byteLength(_type, count));
-    adviseHugePagesIfMoved(oldCapacity);
-}
-
-// Advice stays with a block; only a new block, after growth, needs it again.
-void ModelDataArray::adviseHugePagesIfMoved(qsizetype oldCapacity)
-{
-    if (_data.capacity() != oldCapacity)
-        adviseHugePages(_data);
+    resizeHugePageBytes(_data, byteLength(_type, count));
 }
 
 size_t ModelDataArray::byteCount() const
@@ -110,9 +98,7 @@ void ModelDataArray::append(size_t count, const void *source)
         return;
     const qsizetype oldLength = _data.size();
     const qsizetype addedLength = byteLength(_type, count);
-    const qsizetype oldCapacity = _data.capacity();
-    _data.resize(oldLength + addedLength);
-    adviseHugePagesIfMoved(oldCapacity);
+    resizeHugePageBytes(_data, oldLength + addedLength);
     std::memcpy(_data.data() + oldLength, source, size_t(addedLength));
 }
 

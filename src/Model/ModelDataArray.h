@@ -41,7 +41,6 @@ private:
     ModelDataArray(unsigned int type, QByteArray &&bytes);
     // resize() without the zero fill of new elements.
     void resizeUninitialised(size_t count);
-    void adviseHugePagesIfMoved(qsizetype oldCapacity);
 
     unsigned int _type;
     QByteArray _data;

@@ -15,9 +15,7 @@ class WorkArray
 public:
     explicit WorkArray(size_t count)
         : _data(allocate(count))
-    {
-        adviseHugePagesOfBlock(_data);
-    }
+    { }
     ~WorkArray() { std::free(_data); }
 
     WorkArray(const WorkArray &) = delete;
@@ -38,7 +36,7 @@ private:
     {
         if (count == 0)
             return nullptr;
-        void *block = count <= size_t(-1) / sizeof(unsigned int) ? std::malloc(count * sizeof(unsigned int)) : nullptr;
+        void *block = count <= size_t(-1) / sizeof(unsigned int) ? hugePageMalloc(count * sizeof(unsigned int)) : nullptr;
         if (block == nullptr)
             throw std::bad_alloc();
         return static_cast<unsigned int *>(block);

@@ -3,7 +3,10 @@
 
 #include <QTest>
 
+#include <algorithm>
 #include <cstring>
+#include <numeric>
+#include <vector>
 
 using namespace Vardune::Qel;
 
@@ -49,6 +52,8 @@ private slots:
     void setTypeKeepsCountAndBytes_data();
     void setTypeKeepsCountAndBytes();
     void copiesAreIndependent();
+    void growthKeepsEveryElement_data();
+    void growthKeepsEveryElement();
     void baseAppendGoesThroughVirtualCalls();
 };
 
@@ -127,6 +132,41 @@ void TestDataStreams::copiesAreIndependent()
     static_cast<unsigned int *>(copy.data(0))[2] = 77;
     QCOMPARE(elementsOf<unsigned int>(original), QList<unsigned int>({ 99, 0, 0 }));
     QCOMPARE(elementsOf<unsigned int>(copy), QList<unsigned int>({ 0, 0, 77 }));
+}
+
+// Large arrays move between blocks of different kinds as they grow (a small heap block, then a
+// mapping of their own, then a remapped larger one); each move must keep every element.
+void TestDataStreams::growthKeepsEveryElement_data()
+{
+    QTest::addColumn<size_t>("finalCount");
+    QTest::addColumn<size_t>("step");
+    QTest::newRow("small") << size_t(1000) << size_t(7);
+    QTest::newRow("past 256 KiB") << size_t(100000) << size_t(4093);
+    QTest::newRow("past 34 MiB") << size_t(10000000) << size_t(1 << 20);
+}
+
+void TestDataStreams::growthKeepsEveryElement()
+{
+    QFETCH(size_t, finalCount);
+    QFETCH(size_t, step);
+    ModelDataArray array(0x1405, 0);
+    std::vector<unsigned int> block(step);
+    for (size_t done = 0; done < finalCount; done += block.size()) {
+        block.resize(std::min(step, finalCount - done));
+        std::iota(block.begin(), block.end(), static_cast<unsigned int>(done));
+        array.append(block.size(), block.data());
+    }
+    ModelDataArray shared = array;
+    array.resize(finalCount + 5); // detaches from `shared`, then zero-fills
+
+    const auto *grown = static_cast<const unsigned int *>(array.data(0));
+    const auto *kept = static_cast<const unsigned int *>(shared.data(0));
+    std::vector<unsigned int> expected(finalCount + 5, 0u);
+    std::iota(expected.begin(), expected.begin() + qsizetype(finalCount), 0u);
+    QCOMPARE(array.size(), finalCount + 5);
+    QCOMPARE(shared.size(), finalCount);
+    QCOMPARE(size_t(std::mismatch(grown, grown + finalCount + 5, expected.data()).first - grown), finalCount + 5);
+    QCOMPARE(size_t(std::mismatch(kept, kept + finalCount, expected.data()).first - kept), finalCount);
 }
 
 void TestDataStreams::baseAppendGoesThroughVirtualCalls()

@@ -4,6 +4,7 @@
 
 #include <QByteArray>
 
+#include <algorithm>
 #include <cstring>
 #include <type_traits>
 #include <utility>
@@ -79,12 +80,25 @@ public:
     }
 
 private:
-    // The bytes' size is brought up to the elements in use before growth, which keeps only
-    // those; elements past it are written into the capacity that QByteArray reserved.
+    static constexpr size_t kFirstBytes = 4096;
+    static constexpr size_t kSmallUpToBytes = size_t(64) << 10;
+    static constexpr size_t kLargeFromBytes = size_t(256) << 10;
+
+    // A small array starts at a page and doubles; one that outgrows 64 KiB is taken for a large
+    // one and moves at once to a block placed for huge pages, rather than copying its way up
+    // through the heap; from there QByteArray grows it. The bytes' size is brought up to the
+    // elements in use first, which growth keeps; elements past it are written into the
+    // capacity that QByteArray reserved. The size asked for is never far past the elements in
+    // use, since QByteArray writes a terminating zero there.
     void grow(size_t least)
     {
+        size_t bytes = least * sizeof(T);
+        if (bytes <= kSmallUpToBytes)
+            bytes = std::max(bytes, std::max(kFirstBytes, 2 * _capacity * sizeof(T)));
+        else
+            bytes = std::max(bytes, kLargeFromBytes);
         _bytes.resize(qsizetype(_size * sizeof(T))); // within the capacity: nothing moves
-        resizeHugePageBytes(_bytes, qsizetype(least * sizeof(T))); // reports exhaustion as Qt does
+        resizeHugePageBytes(_bytes, qsizetype(bytes)); // reports exhaustion as Qt does
         _data = reinterpret_cast<T *>(_bytes.data());
         _capacity = size_t(_bytes.capacity()) / sizeof(T);
     }

@@ -74,11 +74,19 @@ bool blockedByScan(const EarTriangle &ear, int count, const Vector2f *points, co
 
 } // namespace
 
+// Half the table is computed and the other half negated: swapping the points negates the
+// difference, and its length is the same. A negated entry can differ from a fresh computation
+// only in the sign of a zero or of a NaN, which the ear tests, made of products, sums and
+// comparisons, cannot see.
 void PolygonDirections(int count, const Vector2f *points, Vector2f *directions)
 {
     for (int a = 0; a < count; ++a) {
-        for (int b = 0; b < count; ++b)
-            directions[a * count + b] = normalized(difference(points[a], points[b]));
+        directions[a * count + a] = normalized(difference(points[a], points[a]));
+        for (int b = a + 1; b < count; ++b) {
+            const Vector2f d = normalized(difference(points[a], points[b]));
+            directions[a * count + b] = d;
+            directions[b * count + a] = { -d.x, -d.y };
+        }
     }
 }
 

@@ -3,9 +3,12 @@
 // QString::toFloat parses to a correctly rounded double, then narrows it: magnitudes above the
 // largest float become infinities, and non-zero values that round to zero become +0. Plain
 // decimals with at most 19 significant digits and a decimal exponent within ±22 are rounded
-// exactly by one multiplication or division of two exact doubles (the mantissa below 2^53);
-// other plain decimals go through std::from_chars, which is also correctly rounded. Everything
-// else, and any result out of double range, is handed to Qt. Cost: one pass over the bytes.
+// exactly by one multiplication or division of two exact doubles when the mantissa is below
+// 2^53. Above it (17 to 19 digits, as printed by programs that write every double in full) the
+// same operation is within two units in the last place of the correctly rounded double, which
+// settles the float unless a rounding boundary of floats lies that close. Other plain decimals
+// go through std::from_chars, which is also correctly rounded. Everything else, and any result
+// out of double range, is handed to Qt. Cost: one pass over the bytes.
 
 #include "ObjNumberText.h"
 
@@ -15,6 +18,7 @@
 #include <cstddef>
 #include <cmath>
 #include <cstdint>
+#include <cstring>
 #include <limits>
 
 namespace Vardune::Qel {
@@ -56,9 +60,26 @@ ptrdiff_t significantDigitCount(const char *begin, const char *end)
     return digits - leadingZeros;
 }
 
-// The plain decimal at the start of [begin, end) and the double that QLocale's conversion gives
-// for exactly its bytes; returns where it ends, or nullptr when the bytes start with anything
-// else or the value is outside the double range, which the caller leaves to Qt.
+// Whether the float nearest to every double within two units in the last place of `value` is
+// the same: none of them is near a midpoint between two floats, and all are normal floats. Of
+// a double in the normal float range, the 29 bits below a float's precision are exactly half
+// their range at a midpoint.
+bool settlesFloat(double value)
+{
+    const double magnitude = std::fabs(value);
+    if (!(magnitude >= 0x1p-125 && magnitude <= 0x1p127))
+        return false;
+    uint64_t bits = 0;
+    std::memcpy(&bits, &value, sizeof bits);
+    const uint64_t belowFloat = bits & ((uint64_t(1) << 29) - 1);
+    const uint64_t midpoint = uint64_t(1) << 28;
+    return (belowFloat > midpoint ? belowFloat - midpoint : midpoint - belowFloat) > 4;
+}
+
+// The plain decimal at the start of [begin, end) and a double that narrows to the same float as
+// the double that QLocale's conversion gives for exactly its bytes; returns where it ends, or
+// nullptr when the bytes start with anything else or the value is outside the double range,
+// which the caller leaves to Qt.
 const char *leadingPlainDecimal(const char *begin, const char *end, double &result)
 {
     const char *p = begin;
@@ -95,12 +116,14 @@ const char *leadingPlainDecimal(const char *begin, const char *end, double &resu
         exponent += negativeExponent ? -value : value;
     }
 
-    if (fitsMantissa && mantissa <= kLargestExactMantissa && exponent >= -kLargestExactPower
-        && exponent <= kLargestExactPower) {
+    if (fitsMantissa && exponent >= -kLargestExactPower && exponent <= kLargestExactPower) {
+        // Exact when the mantissa is; else two roundings, each within half a unit.
         const double magnitude
             = exponent < 0 ? double(mantissa) / kPowersOfTen[-exponent] : double(mantissa) * kPowersOfTen[exponent];
-        result = negative ? -magnitude : magnitude;
-        return p;
+        if (mantissa <= kLargestExactMantissa || settlesFloat(magnitude)) {
+            result = negative ? -magnitude : magnitude;
+            return p;
+        }
     }
     // from_chars takes no '+', and reports overflow and underflow to zero as out of range.
     double value = 0;

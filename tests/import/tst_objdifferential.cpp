@@ -7,6 +7,7 @@
 #include "ModelBuilderInspector.h"
 #include "ModelDataArray.h"
 #include "ObjModelReader.h"
+#include "ObjNumberText.h"
 #include "ObjTestFiles.h"
 #include "ObjTextScanner.h"
 #include "ReferenceObjReader.h"
@@ -20,6 +21,8 @@
 #include <QRegularExpression>
 #include <QTest>
 
+#include <cmath>
+#include <cstdio>
 #include <cstring>
 
 using namespace Vardune::Qel;
@@ -325,6 +328,7 @@ class TestObjDifferential : public QObject
 
 private slots:
     void generatedTextReadsAlike();
+    void fullLengthDecimalsReadAlike();
     void textStartsReadAlike_data();
     void textStartsReadAlike();
     void corpusImportsAlike_data();
@@ -350,6 +354,43 @@ void TestObjDifferential::generatedTextReadsAlike()
         QVERIFY2(difference.isNull(), qPrintable(QStringLiteral("file %1: %2").arg(f).arg(difference)));
     }
     QVERIFY(lines >= 100000);
+}
+
+// Decimals of 17 to 19 significant digits, as exporters print doubles in full, read through the
+// rounding shortcut; those printed at or next to a midpoint between two floats must not.
+void TestObjDifferential::fullLengthDecimalsReadAlike()
+{
+    QRandomGenerator random(20261123);
+    int compared = 0;
+    int mismatches = 0;
+    QByteArray firstMismatch;
+    const auto check = [&](const QByteArray &text) {
+        const float fast = objTextToFloat(text.constData(), text.constData() + text.size());
+        const float qt = QString::fromLatin1(text).toFloat();
+        ++compared;
+        if (std::memcmp(&fast, &qt, sizeof fast) != 0 && mismatches++ == 0)
+            firstMismatch = text;
+    };
+    char text[64];
+    for (int i = 0; i < 200000; ++i) {
+        // A random double printed in full, and a float midpoint printed in full and nudged.
+        const double value = std::ldexp(random.generateDouble() + 0.5, int(random.bounded(120)) - 60);
+        std::snprintf(text, sizeof text, "%.*g", 17 + int(random.bounded(3)), random.bounded(2) ? value : -value);
+        check(text);
+        const float low = float(value);
+        const double midpoint = (double(low) + double(std::nextafter(low, INFINITY))) / 2;
+        const int length = std::snprintf(text, sizeof text, "%.18e", midpoint);
+        check(QByteArray(text, length));
+        const char *mantissaEnd = std::strchr(text, 'e');
+        for (int nudge : { -2, -1, 1, 2 }) {
+            QByteArray nudged(text, length);
+            const qsizetype last = mantissaEnd - text - 1;
+            nudged[last] = char('0' + (nudged[last] - '0' + 10 + nudge) % 10);
+            check(nudged);
+        }
+    }
+    QVERIFY2(mismatches == 0, qPrintable(QStringLiteral("%1 of %2 differ from Qt, first: %3")
+                                              .arg(mismatches).arg(compared).arg(QString::fromLatin1(firstMismatch))));
 }
 
 void TestObjDifferential::textStartsReadAlike_data()

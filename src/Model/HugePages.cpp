@@ -52,10 +52,10 @@ void adviseBlock(void *block, size_t used, Growth growth)
     if (block == nullptr || !getsHugePages(used))
         return;
     // A mapped block is preceded by the C library's two-word chunk header at the start of its
-    // first page and ends where its last page ends: it is advised whole (advice on part of a
-    // mapping splits it, and the C library could then no longer grow it by remapping). Any
-    // other block lies in a heap, which the C library grows without remapping, so the whole
-    // huge pages inside it are advised.
+    // first page and ends where its last page ends. A growing one is advised whole: advice on
+    // part of a mapping splits it, and the C library could then no longer grow it by remapping
+    // (it would copy it). Any other block lies in a heap, which the C library grows without
+    // remapping, so the whole huge pages inside it are advised.
     static const uintptr_t pageMask = uintptr_t(sysconf(_SC_PAGESIZE)) - 1;
     const uintptr_t first = uintptr_t(block) - 2 * sizeof(size_t);
     const uintptr_t end = uintptr_t(block) + malloc_usable_size(block);

@@ -82,7 +82,6 @@ public:
 private:
     static constexpr size_t kFirstBytes = 4096;
     static constexpr size_t kSmallUpToBytes = size_t(64) << 10;
-    static constexpr size_t kLargeFromBytes = size_t(256) << 10;
 
     // A small array starts at a page and doubles; one that outgrows 64 KiB is taken for a large
     // one and moves at once to a block placed for huge pages, rather than copying its way up
@@ -96,7 +95,7 @@ private:
         if (bytes <= kSmallUpToBytes)
             bytes = std::max(bytes, std::max(kFirstBytes, 2 * _capacity * sizeof(T)));
         else
-            bytes = std::max(bytes, kLargeFromBytes);
+            bytes = std::max(bytes, kSmallestHugePageArrayBytes);
         _bytes.resize(qsizetype(_size * sizeof(T))); // within the capacity: nothing moves
         resizeHugePageBytes(_bytes, qsizetype(bytes)); // reports exhaustion as Qt does
         _data = reinterpret_cast<T *>(_bytes.data());

@@ -16,8 +16,6 @@ namespace Vardune::Qel {
 
 namespace {
 
-// Below this, the small page faults of an array cost less than making a huge page for it.
-constexpr size_t kHugePagesFromBytes = size_t(256) << 10;
 // The usual size of a transparent huge page; advice on a range not aligned to another size
 // only covers fewer pages.
 constexpr size_t kHugePageBytes = size_t(2) << 20;
@@ -27,7 +25,13 @@ constexpr size_t kSmallestMappingBytes = size_t(34) << 20;
 
 bool getsHugePages(size_t size)
 {
-    return size >= kHugePagesFromBytes;
+    return size >= kSmallestHugePageArrayBytes;
+}
+
+// Whether an array is smaller than the mapping it is given, header and page rounding included.
+bool fitsSmallestMapping(size_t size)
+{
+    return size < kSmallestMappingBytes - 4096;
 }
 
 // The bytes to ask malloc for: a mapping of a whole number of huge pages once its header and
@@ -35,7 +39,7 @@ bool getsHugePages(size_t size)
 // page, so that the array gets huge pages from its first byte.
 size_t mappedRequest(size_t size)
 {
-    const size_t mapping = size < kSmallestMappingBytes - 4096
+    const size_t mapping = fitsSmallestMapping(size)
         ? kSmallestMappingBytes
         : (size + 4096 + kHugePageBytes - 1) / kHugePageBytes * kHugePageBytes;
     return mapping - 2048;
@@ -116,7 +120,8 @@ QByteArray hugePageBytes(qsizetype size)
 void resizeHugePageBytes(QByteArray &bytes, qsizetype size)
 {
     const qsizetype capacity = bytes.capacity();
-    if (size > capacity && getsHugePages(size_t(size)) && size_t(capacity) < kSmallestMappingBytes - 4096) {
+    // A block smaller than a placed one grew in the heap, or was made small: the array moves.
+    if (size > capacity && getsHugePages(size_t(size)) && fitsSmallestMapping(size_t(capacity))) {
         QByteArray block = placedBytes(size, Growth::Expected);
         if (!bytes.isEmpty())
             std::memcpy(block.data(), bytes.constData(), size_t(bytes.size()));

@@ -17,6 +17,10 @@ namespace Vardune::Qel {
 // costs no memory. An array grows by remapping. Small arrays and systems without transparent
 // huge pages are left alone.
 
+// The smallest array placed for huge pages: below it, its small page faults cost less than
+// making a huge page for it.
+constexpr size_t kSmallestHugePageArrayBytes = size_t(256) << 10;
+
 // `size` uninitialised bytes.
 QByteArray hugePageBytes(qsizetype size);
 

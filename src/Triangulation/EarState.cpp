@@ -4,7 +4,8 @@
 // near the triangle, about O(log n) for well-spread points. The per-corner test is the same either
 // way, and so is the answer. Every unit direction the test uses is that between two corners, so a
 // small polygon reads them from a table made once (n² normalisations instead of several for each
-// corner scanned at each cut); the table holds the very values the test would compute.
+// corner scanned at each cut); the table holds the values the test would compute, up to signs the
+// test cannot see (see PolygonDirections).
 
 #include "CornerTree.h"
 #include "PolygonTriangulation.h"
@@ -44,6 +45,8 @@ struct EarTriangle
     Vector2f edge1;
     Vector2f edge2;
 
+    bool isCorner(int k) const { return k == corners[0] || k == corners[1] || k == corners[2]; }
+
     // Whether corner k lies inside the triangle or on its border, compared through unit
     // directions so that the signs measure angles, not areas. A NaN compares false and blocks
     // nothing. A point repeating a corner's position, as where an outline runs to a hole and back
@@ -65,8 +68,7 @@ bool blockedByScan(const EarTriangle &ear, int count, const Vector2f *points, co
     UnitDifference unitDifference)
 {
     for (int k = 0; k < count; ++k) {
-        if (k != ear.corners[0] && k != ear.corners[1] && k != ear.corners[2] && ring[k].active
-            && ear.blocks(k, points, unitDifference))
+        if (!ear.isCorner(k) && ring[k].active && ear.blocks(k, points, unitDifference))
             return true;
     }
     return false;
@@ -113,7 +115,7 @@ void UpdateEarState(
         // The tree holds the active corners only.
         const EarTriangleEdges edges { { ear.corner, ear.next, ear.prev }, { ear.edge0, ear.edge1, ear.edge2 } };
         vertex.isEar = !tree->anyCornerWithin(edges, [&](int k) {
-            return k != i && k != vertex.prev && k != vertex.next && ear.blocks(k, points, unitDifference);
+            return !ear.isCorner(k) && ear.blocks(k, points, unitDifference);
         });
     } else
         vertex.isEar = !blockedByScan(ear, count, points, ring, unitDifference);

@@ -14,6 +14,9 @@
 // Usage (under xvfb-run where there is no display):
 //   bench_objload file.obj...                       the comparison
 //   bench_objload --child LOADER file.obj           one measurement (used by the comparison)
+//
+// Under `perf record -D -1 --control fd:CTL,ACK` with PERF_CTL_FD=CTL and PERF_CTL_ACK_FD=ACK in
+// the environment, a child enables the profile around the import call alone.
 
 #include "ChildMeasurement.h"
 #include "LoadModelFromOBJFile.h"
@@ -32,7 +35,9 @@
 #include <cstring>
 #include <ctime>
 #include <string>
+#include <cstdlib>
 #include <sys/stat.h>
+#include <unistd.h>
 #include <vector>
 
 #ifdef QELMODEL_HAVE_TINYOBJLOADER
@@ -167,6 +172,20 @@ Q_NEVER_INLINE bool loadWithAssimp(const char *path, bool generateNormals, Count
 }
 #endif
 
+// Sends `command` ("enable" or "disable") to a perf session that passed its control descriptors,
+// and waits for its acknowledgement.
+void tellPerf(const char *command)
+{
+    const char *control = std::getenv("PERF_CTL_FD");
+    const char *acknowledgement = std::getenv("PERF_CTL_ACK_FD");
+    if (!control || !acknowledgement)
+        return;
+    char line[16];
+    const int length = std::snprintf(line, sizeof line, "%s\n", command);
+    if (write(std::atoi(control), line, size_t(length)) == length)
+        (void)!read(std::atoi(acknowledgement), line, sizeof line);
+}
+
 // One measurement in this process; prints "wall_ms cpu_ms triangles vertices".
 int runChild(int argc, char **argv, const std::string &loader, const char *path)
 {
@@ -188,11 +207,13 @@ int runChild(int argc, char **argv, const std::string &loader, const char *path)
             std::fprintf(stderr, "no OpenGL context\n");
             return 1;
         }
+        tellPerf("enable");
         wall = seconds(CLOCK_MONOTONIC);
         cpu = seconds(CLOCK_PROCESS_CPUTIME_ID);
         ok = loadWithQelModel(path, counts);
         wall = seconds(CLOCK_MONOTONIC) - wall;
         cpu = seconds(CLOCK_PROCESS_CPUTIME_ID) - cpu;
+        tellPerf("disable");
     } else {
         const bool generateNormals = !fileHasNormals(path);
         wall = seconds(CLOCK_MONOTONIC);

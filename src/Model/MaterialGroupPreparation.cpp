@@ -40,12 +40,8 @@ void ModelBuilder::prepareMaterialGroupForUpload(const QString &name, const Mate
     const size_t firstIndex = _triangleIndices->size();
     growStreamToOverwrite(*_triangleIndices, firstIndex + mostIndices);
     auto *const triangles = static_cast<unsigned int *>(_triangleIndices->data(firstIndex));
-    size_t indexCount = 0;
-    for (size_t j = 0; j < faceCount; ++j) {
-        const unsigned int face = faces[j];
-        indexCount += size_t(TriangulatePolygon3D(
-            static_cast<int>(cornerCounts[face]), corners + faceStarts[face], points, triangles + indexCount));
-    }
+    const size_t indexCount
+        = TriangulateFaces(faceCount, faces, cornerCounts, faceStarts.constData(), corners, points, triangles);
     _triangleIndices->resize(firstIndex + indexCount);
 
     DrawElementsIndirectCommand command;

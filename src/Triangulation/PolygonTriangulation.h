@@ -44,6 +44,25 @@ int TriangulatePolygon2D(int count, const Vector2f *points, bool reversed, int *
 // output once. Returns how many were written, 0 after the same warning on failure.
 int TriangulatePolygon3D(int count, const int *indices, const float *positions, unsigned int *out);
 
+// Whether the points run clockwise: twice the signed area with the opposite sign is positive, or
+// not a number.
+bool PolygonRunsClockwise(int count, const Vector2f *points);
+
+// Faces measured at once by SmallFacesRunClockwise.
+constexpr int kWindingLanes = 4;
+
+// Bit f is set when faces[f], a polygon of `count` corners (3 or 4), runs clockwise in its own
+// plane: PolygonRunsClockwise of ProjectPolygonToPlane with ComputePolygonNormal, bit for bit,
+// for four faces at once.
+int SmallFacesRunClockwise(int count, const int *const faces[kWindingLanes], const float *positions);
+
+// TriangulatePolygon3D of faces[0], faces[1], ... in turn, the triangles of each written after those
+// of the one before: face j has cornerCounts[faces[j]] corners, listed from
+// corners + faceStarts[faces[j]]. `out` has room for 3 × (n − 2) entries per face of n >= 3
+// corners; returns how many were written.
+size_t TriangulateFaces(size_t faceCount, const unsigned int *faces, const unsigned int *cornerCounts,
+    const unsigned int *faceStarts, const int *corners, const float *positions, unsigned int *out);
+
 // Fills the count × count table directions[a * count + b] = normalized(points[a] − points[b]).
 void PolygonDirections(int count, const Vector2f *points, Vector2f *directions);
 

@@ -15,18 +15,6 @@ namespace Vardune::Qel {
 
 namespace {
 
-// Twice the signed area with the opposite sign: positive when the points run clockwise. A NaN sum
-// also counts as clockwise.
-bool runsClockwise(int count, const Vector2f *points)
-{
-    float sum = 0.0f;
-    for (int k = 0; k < count; ++k) {
-        const Vector2f previous = points[k == 0 ? count - 1 : k - 1];
-        sum += (points[k].x - previous.x) * (points[k].y + previous.y);
-    }
-    return !(sum <= 0.0f);
-}
-
 template<typename Index>
 void appendVertexNumbers(const int *corners, int cornerCount, const int *indices, QList<Index> &out)
 {
@@ -68,7 +56,7 @@ void triangulate(const QVector3D &normal, int count, const int *indices, const f
     }
 
     ProjectPolygonToPlane(normal, count, indices, positions, points);
-    const int cornerCount = TriangulatePolygon2D(count, points, runsClockwise(count, points), corners);
+    const int cornerCount = TriangulatePolygon2D(count, points, PolygonRunsClockwise(count, points), corners);
     if (cornerCount > 0)
         take(corners, cornerCount);
 }
@@ -81,6 +69,18 @@ void triangulate(const QVector3D &normal, int count, const int *indices, const f
 }
 
 } // namespace
+
+// Twice the signed area with the opposite sign: positive when the points run clockwise. A NaN sum
+// also counts as clockwise.
+bool PolygonRunsClockwise(int count, const Vector2f *points)
+{
+    float sum = 0.0f;
+    for (int k = 0; k < count; ++k) {
+        const Vector2f previous = points[k == 0 ? count - 1 : k - 1];
+        sum += (points[k].x - previous.x) * (points[k].y + previous.y);
+    }
+    return !(sum <= 0.0f);
+}
 
 void Triangulate3D(
     const QVector3D &normal, int count, const int *indices, const float *positions, QList<unsigned short> &out)

@@ -92,6 +92,7 @@ private slots:
     void findsDegenerateTriangle_data();
     void findsDegenerateTriangle();
     void inlineLengthIsTheLibrarysHypot();
+    void faceListMatchesOneCallPerFace();
 };
 
 void TestTriangulation::initTestCase()
@@ -365,7 +366,7 @@ static quint32 bitsOf(float value)
     return bits;
 }
 
-// The ear tests' inline length must round exactly as std::hypot does, or the chosen ears change.
+// The inline lengths must round exactly as std::hypot does, or the chosen ears and windings change.
 void TestTriangulation::inlineLengthIsTheLibrarysHypot()
 {
     const float inf = std::numeric_limits<float>::infinity();
@@ -380,16 +381,83 @@ void TestTriangulation::inlineLengthIsTheLibrarysHypot()
         values.append(value);
         values.append(std::uniform_real_distribution<float>(-2.0f, 2.0f)(random));
     }
+    const auto compare = [](float actual, float expected) {
+        return std::isnan(expected) ? std::isnan(actual) : bitsOf(actual) == bitsOf(expected);
+    };
     for (qsizetype i = 0; i < values.size(); ++i) {
+        const float z = values[(i * 13 + 5) % values.size()];
         for (const float y : { values[(i * 7 + 1) % values.size()], values[i], 1.0f, nan, inf }) {
-            const float expected = std::hypot(values[i], y);
-            const float actual = length2D(values[i], y);
-            if (std::isnan(expected))
-                QVERIFY2(std::isnan(actual), qPrintable(QString::number(values[i]) + " " + QString::number(y)));
-            else
-                QCOMPARE(bitsOf(actual), bitsOf(expected));
+            QVERIFY2(compare(length2D(values[i], y), std::hypot(values[i], y)),
+                qPrintable(QString::number(values[i]) + " " + QString::number(y)));
+            QVERIFY2(compare(length3D(values[i], y, z), std::hypot(values[i], y, z)),
+                qPrintable(QString::number(values[i]) + " " + QString::number(y) + " " + QString::number(z)));
         }
     }
+}
+
+// Faces cut as a list, triangles and quadrilaterals measured four at a time, give the indices and
+// warnings of one call per face: on well-shaped faces, on nearly flat ones far from the origin, and
+// on coordinates of every bit pattern (NaNs, infinities, subnormals).
+void TestTriangulation::faceListMatchesOneCallPerFace()
+{
+    std::mt19937 random(20261125);
+    const auto anyBits = [&random] {
+        const quint32 bits = random();
+        float value;
+        std::memcpy(&value, &bits, sizeof value);
+        return value;
+    };
+    std::uniform_real_distribution<float> unit(-1.0f, 1.0f);
+    QList<float> positions;
+    for (int v = 0; v < 3000; ++v) {
+        const int kind = v % 4;
+        for (int c = 0; c < 3; ++c) {
+            if (kind == 0)
+                positions << unit(random);
+            else if (kind == 1) // far away and nearly coplanar or collinear
+                positions << 1000.0f + (c == 1 ? 1e-4f : 1.0f) * unit(random);
+            else if (kind == 2) // near the projection's switch of axes and exact repeats
+                positions << (c == 1 ? 0.9f : std::round(4.0f * unit(random)) / 4.0f);
+            else
+                positions << anyBits();
+        }
+    }
+    const int vertexCount = int(positions.size() / 3);
+
+    QList<unsigned int> cornerCounts;
+    QList<unsigned int> faceStarts;
+    QList<int> corners;
+    std::uniform_int_distribution<int> countOf(0, 9);
+    for (int f = 0; f < 6000; ++f) {
+        const int pick = countOf(random);
+        const unsigned int count = pick < 4 ? 3 : pick < 8 ? 4 : unsigned(pick - 3); // 3, 4, 5 or 6
+        faceStarts << unsigned(corners.size());
+        cornerCounts << count;
+        const int kind = int(random() % 4); // the faces' corners all of one kind of vertex
+        for (unsigned int k = 0; k < count; ++k)
+            corners << 4 * int(random() % unsigned(vertexCount / 4)) + kind;
+    }
+    QList<unsigned int> faces;
+    for (unsigned int f = 0; f < unsigned(cornerCounts.size()); ++f) {
+        if (f % 7 != 3) // a group takes some of the faces, in its own order
+            faces << (f * 2654435761u) % unsigned(cornerCounts.size());
+    }
+
+    QList<unsigned int> expected(3 * corners.size(), 0u);
+    QList<unsigned int> actual(3 * corners.size(), 0u);
+    size_t expectedCount = 0;
+    MessageCapture capture;
+    for (unsigned int face : std::as_const(faces)) {
+        expectedCount += size_t(TriangulatePolygon3D(int(cornerCounts[face]), corners.constData() + faceStarts[face],
+            positions.constData(), expected.data() + expectedCount));
+    }
+    const QStringList expectedWarnings = capture.texts(QtWarningMsg);
+    capture.clear();
+    const size_t actualCount = TriangulateFaces(size_t(faces.size()), faces.constData(), cornerCounts.constData(),
+        faceStarts.constData(), corners.constData(), positions.constData(), actual.data());
+    QCOMPARE(capture.texts(QtWarningMsg), expectedWarnings);
+    QCOMPARE(actualCount, expectedCount);
+    QCOMPARE(actual, expected);
 }
 
 QTEST_GUILESS_MAIN(TestTriangulation)

@@ -10,8 +10,10 @@
 // prefetched then, so that cache misses overlap instead of queueing; refills prefetch the same
 // way, which matters most when nearly every vertex is distinct and the refills place about as
 // many vertices as the lookups.
+// Below 2^24 vertices every slot also holds 8 bits of its vertex's hash, so that the probes pass
+// over nearly every vertex of another content without the cache miss of reading its bytes.
 // Cost: one hash and usually one probe per vertex, a byte comparison only against candidates in
-// the probe sequence, and refills that add up to fewer than two insertions per distinct vertex
+// the probe sequence whose hash bits agree, and refills that add up to fewer than two insertions per distinct vertex
 // (a few thousand in all when nearly every vertex is distinct);
 // 6 bytes of memory per vertex.
 
@@ -28,6 +30,12 @@ namespace Vardune::Qel {
 namespace {
 
 constexpr unsigned int kEmptySlot = ~0u;
+// Below this many vertices a slot keeps 8 bits of its vertex's hash above the 24 bits of its
+// number, so that a probe passes over most vertices of another content without reading their
+// bytes, a cache miss each; no number reaches 0xFFFFFF, so no slot reads as empty.
+constexpr size_t kTaggedVertexLimit = (size_t(1) << 24) - 1;
+constexpr int kTagShift = 24;
+constexpr unsigned int kNumberMask = (1u << kTagShift) - 1;
 // How many vertices ahead the home slot is prefetched, a power of two; the vertex found in it
 // is prefetched at half that distance, once the slot has arrived.
 constexpr size_t kLookahead = 16;
@@ -100,10 +108,28 @@ inline size_t slotOf(uint32_t hash, size_t capacity)
     return static_cast<size_t>((uint64_t(hash) * capacity) >> 32);
 }
 
+// What a slot holds for a vertex: its number, with the low bits of its hash above it when the
+// slots are tagged. The slot is chosen by the hash's high bits.
+struct SlotFormat
+{
+    bool tagged;
+
+    unsigned int entry(unsigned int vertex, uint32_t hash) const
+    {
+        return tagged ? vertex | (hash << kTagShift) : vertex;
+    }
+    unsigned int vertex(unsigned int entry) const { return tagged ? entry & kNumberMask : entry; }
+    // False when the entry's vertex cannot hold the same bytes as a vertex of this hash.
+    bool mayMatch(unsigned int entry, uint32_t hash) const
+    {
+        return !tagged || (entry >> kTagShift) == (hash & 0xFFu);
+    }
+};
+
 // Refills the first `capacity` slots with the distinct vertices found so far; they are all
 // different, so no comparison is needed.
-void rehash(unsigned int *table, size_t capacity, const VertexHasher &hasher, const unsigned int *survivors,
-    size_t survivorCount)
+void rehash(unsigned int *table, size_t capacity, const VertexHasher &hasher, SlotFormat format,
+    const unsigned int *survivors, size_t survivorCount)
 {
     std::memset(table, 0xFF, capacity * sizeof(unsigned int));
     uint32_t pendingHashes[kLookahead];
@@ -114,6 +140,7 @@ void rehash(unsigned int *table, size_t capacity, const VertexHasher &hasher, co
     for (size_t n = 0; n < survivorCount; ++n) {
         uint32_t &pending = pendingHashes[n % kLookahead];
         size_t slot = slotOf(pending, capacity);
+        const unsigned int entry = format.entry(survivors[n], pending);
         if (n + kLookahead < survivorCount) {
             pending = hasher.hash(survivors[n + kLookahead]);
             prefetch(&table[slotOf(pending, capacity)]);
@@ -122,7 +149,7 @@ void rehash(unsigned int *table, size_t capacity, const VertexHasher &hasher, co
             if (++slot == capacity)
                 slot = 0;
         }
-        table[slot] = survivors[n];
+        table[slot] = entry;
     }
 }
 
@@ -135,6 +162,7 @@ size_t weldVertices(unsigned int *remap, unsigned int *survivors, size_t vertexC
         return 0;
 
     const VertexHasher hasher { streams, streamCount };
+    const SlotFormat format { vertexCount <= kTaggedVertexLimit };
     // Allocated once at its largest size but touched only as far as it has grown: fresh pages
     // cost more than the probes themselves.
     const size_t maxCapacity = vertexCount + vertexCount / 2;
@@ -154,14 +182,16 @@ size_t weldVertices(unsigned int *remap, unsigned int *survivors, size_t vertexC
     size_t distinctCount = 0;
     for (size_t vertex = 0; vertex < vertexCount; ++vertex) {
         uint32_t &pending = pendingHashes[vertex % kLookahead];
-        size_t slot = slotOf(pending, capacity);
+        const uint32_t hash = pending;
+        size_t slot = slotOf(hash, capacity);
         if (vertex + kLookahead < vertexCount)
             pending = hashAhead(vertex + kLookahead);
         // Written out here: GCC drops calls to a function whose only effect is a prefetch.
         if (vertex + kLookahead / 2 < vertexCount) {
-            const unsigned int candidate
-                = table[slotOf(pendingHashes[(vertex + kLookahead / 2) % kLookahead], capacity)];
-            if (candidate != kEmptySlot) {
+            const uint32_t candidateHash = pendingHashes[(vertex + kLookahead / 2) % kLookahead];
+            const unsigned int candidateEntry = table[slotOf(candidateHash, capacity)];
+            if (candidateEntry != kEmptySlot && format.mayMatch(candidateEntry, candidateHash)) {
+                const unsigned int candidate = format.vertex(candidateEntry);
                 for (size_t s = 0; s < streamCount; ++s)
                     prefetch(static_cast<const unsigned char *>(streams[s].data) + candidate * streams[s].vertexBytes);
                 prefetch(&remap[candidate]);
@@ -169,9 +199,9 @@ size_t weldVertices(unsigned int *remap, unsigned int *survivors, size_t vertexC
         }
 
         for (;;) {
-            const unsigned int first = table[slot];
-            if (first == kEmptySlot) {
-                table[slot] = static_cast<unsigned int>(vertex);
+            const unsigned int entry = table[slot];
+            if (entry == kEmptySlot) {
+                table[slot] = format.entry(static_cast<unsigned int>(vertex), hash);
                 survivors[distinctCount] = static_cast<unsigned int>(vertex);
                 remap[vertex] = static_cast<unsigned int>(distinctCount++);
                 if (distinctCount * 2 > capacity && capacity < maxCapacity) {
@@ -179,11 +209,12 @@ size_t weldVertices(unsigned int *remap, unsigned int *survivors, size_t vertexC
                     // table at once rather than refilling it at every doubling.
                     const bool mostlyDistinct = distinctCount * 2 > vertex + 1;
                     capacity = mostlyDistinct ? maxCapacity : std::min(maxCapacity, capacity * 2);
-                    rehash(table.get(), capacity, hasher, survivors, distinctCount);
+                    rehash(table.get(), capacity, hasher, format, survivors, distinctCount);
                 }
                 break;
             }
-            if (hasher.equal(first, vertex)) {
+            const unsigned int first = format.vertex(entry);
+            if (format.mayMatch(entry, hash) && hasher.equal(first, vertex)) {
                 remap[vertex] = remap[first];
                 break;
             }

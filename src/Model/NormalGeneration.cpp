@@ -1,14 +1,97 @@
 // Vertex normals from triangles: one pass to clear, one over the triangles, one to normalise.
+// Where SSE2 is there, the triangles' own normals and the final normalisations are computed four
+// at a time (VectorLanes.h: bit for bit the one-vector code); the sums still add the triangles'
+// normals one after another in triangle order, since the order of float additions shows in the
+// result.
 
 #include "NormalGeneration.h"
 
 #include "GLTypes.h"
 #include "ModelBuilder.h"
+#include "VectorLanes.h"
 #include "VectorNormalization.h"
 
 #include <cstring>
 
 namespace Vardune::Qel {
+
+namespace {
+
+constexpr int kLanes = 4;
+
+void addToCorners(float *normals, const unsigned int *triangle, const Vector3f &n)
+{
+    for (int k = 0; k < 3; ++k) {
+        float *normal = normals + 3 * size_t(triangle[k]);
+        normal[0] += n.x;
+        normal[1] += n.y;
+        normal[2] += n.z;
+    }
+}
+
+Vector3f triangleNormal(const float *positions, const unsigned int *triangle)
+{
+    const float *p0 = positions + 3 * size_t(triangle[0]);
+    const float *p1 = positions + 3 * size_t(triangle[1]);
+    const float *p2 = positions + 3 * size_t(triangle[2]);
+    const Vector3f u = normalized(Vector3f { p2[0] - p0[0], p2[1] - p0[1], p2[2] - p0[2] });
+    const Vector3f v = normalized(Vector3f { p1[0] - p0[0], p1[1] - p0[1], p1[2] - p0[2] });
+    return { u.y * v.z - u.z * v.y, u.z * v.x - u.x * v.z, u.x * v.y - u.y * v.x };
+}
+
+// The triangles from `first` on whose normals go in four at a time; returns where the rest start.
+int addTriangleGroups(int first, int indexCount, const float *positions, const unsigned int *indices, float *normals)
+{
+#if defined(QEL_HAS_VECTOR_LANES)
+    int t = first;
+    for (; 3 * (t + kLanes) <= indexCount; t += kLanes) {
+        const unsigned int *i = indices + 3 * size_t(t);
+        const Lanes::Vector3 p0 = Lanes::gather(positions, i[0], i[3], i[6], i[9]);
+        const Lanes::Vector3 p1 = Lanes::gather(positions, i[1], i[4], i[7], i[10]);
+        const Lanes::Vector3 p2 = Lanes::gather(positions, i[2], i[5], i[8], i[11]);
+        const Lanes::Vector3 n = Lanes::cross(
+            Lanes::normalizedCopy(Lanes::difference(p2, p0)), Lanes::normalizedCopy(Lanes::difference(p1, p0)));
+        float x[kLanes], y[kLanes], z[kLanes];
+        _mm_storeu_ps(x, n.x);
+        _mm_storeu_ps(y, n.y);
+        _mm_storeu_ps(z, n.z);
+        for (int lane = 0; lane < kLanes; ++lane)
+            addToCorners(normals, i + 3 * lane, { x[lane], y[lane], z[lane] });
+    }
+    return t;
+#else
+    (void)indexCount, (void)positions, (void)indices, (void)normals;
+    return first;
+#endif
+}
+
+// The vertices from `first` on normalised four at a time; returns where the rest start.
+int normalizeGroups(int first, int vertexCount, float *normals)
+{
+#if defined(QEL_HAS_VECTOR_LANES)
+    int i = first;
+    for (; i + kLanes <= vertexCount; i += kLanes) {
+        float *n = normals + 3 * size_t(i);
+        const Lanes::Vector3 unit = Lanes::normalizedInPlace({ _mm_setr_ps(n[0], n[3], n[6], n[9]),
+            _mm_setr_ps(n[1], n[4], n[7], n[10]), _mm_setr_ps(n[2], n[5], n[8], n[11]) });
+        float x[kLanes], y[kLanes], z[kLanes];
+        _mm_storeu_ps(x, unit.x);
+        _mm_storeu_ps(y, unit.y);
+        _mm_storeu_ps(z, unit.z);
+        for (int lane = 0; lane < kLanes; ++lane) {
+            n[3 * lane] = x[lane];
+            n[3 * lane + 1] = y[lane];
+            n[3 * lane + 2] = z[lane];
+        }
+    }
+    return i;
+#else
+    (void)vertexCount, (void)normals;
+    return first;
+#endif
+}
+
+} // namespace
 
 void GenerateNormals(int vertexCount, int indexCount, const float *positions, const unsigned int *indices,
                      float *normals)
@@ -16,25 +99,10 @@ void GenerateNormals(int vertexCount, int indexCount, const float *positions, co
     if (vertexCount > 0)
         std::memset(normals, 0, sizeof(float) * 3 * static_cast<size_t>(vertexCount));
 
-    for (int t = 0; 3 * t < indexCount; ++t) {
-        const unsigned int i0 = indices[3 * t];
-        const unsigned int i1 = indices[3 * t + 1];
-        const unsigned int i2 = indices[3 * t + 2];
-        const Vector3f p0 { positions[3 * i0], positions[3 * i0 + 1], positions[3 * i0 + 2] };
-        const Vector3f p1 { positions[3 * i1], positions[3 * i1 + 1], positions[3 * i1 + 2] };
-        const Vector3f p2 { positions[3 * i2], positions[3 * i2 + 1], positions[3 * i2 + 2] };
-        const Vector3f u = normalized(Vector3f { p2.x - p0.x, p2.y - p0.y, p2.z - p0.z });
-        const Vector3f v = normalized(Vector3f { p1.x - p0.x, p1.y - p0.y, p1.z - p0.z });
-        const Vector3f n { u.y * v.z - u.z * v.y, u.z * v.x - u.x * v.z, u.x * v.y - u.y * v.x };
-        for (const unsigned int corner : { i0, i1, i2 }) {
-            float *normal = normals + 3 * corner;
-            normal[0] += n.x;
-            normal[1] += n.y;
-            normal[2] += n.z;
-        }
-    }
+    for (int t = addTriangleGroups(0, indexCount, positions, indices, normals); 3 * t < indexCount; ++t)
+        addToCorners(normals, indices + 3 * size_t(t), triangleNormal(positions, indices + 3 * size_t(t)));
 
-    for (int i = 0; i < vertexCount; ++i) {
+    for (int i = normalizeGroups(0, vertexCount, normals); i < vertexCount; ++i) {
         Vector3f normal { normals[3 * i], normals[3 * i + 1], normals[3 * i + 2] };
         normalize(normal);
         normals[3 * i] = normal.x;

@@ -3,12 +3,15 @@
 #include "ModelBuilderInspector.h"
 #include "NormalGeneration.h"
 #include "StreamElements.h"
+#include "VectorNormalization.h"
 
 #include <QelGL/GPUModel.h>
 
+#include <QRandomGenerator>
 #include <QTest>
 
 #include <cmath>
+#include <cstring>
 #include <numeric>
 
 using namespace Vardune::Qel;
@@ -123,6 +126,7 @@ private slots:
     void wrongFaceCountTypeIsReported();
     void generateNormalsArithmetic_data();
     void generateNormalsArithmetic();
+    void generateNormalsMatchesOneTriangleAtATime();
 };
 
 void TestUpload::texturedCubeReachesTheGPU()
@@ -481,6 +485,55 @@ void TestUpload::generateNormalsArithmetic()
     GenerateNormals(int(positions.size() / 3), int(indices.size()), positions.constData(), indices.constData(),
                     result.data());
     QCOMPARE(result, normals);
+}
+
+// Triangles taken four at a time must give the normals of the plain loop bit for bit, whatever the
+// coordinates: well-shaped triangles, slivers, repeated corners, and every bit pattern.
+void TestUpload::generateNormalsMatchesOneTriangleAtATime()
+{
+    QRandomGenerator random(20261125);
+    QList<float> positions;
+    for (int v = 0; v < 2001; ++v) {
+        for (int c = 0; c < 3; ++c) {
+            const quint32 bits = random.generate();
+            float any;
+            std::memcpy(&any, &bits, sizeof any);
+            positions << (v % 5 == 4 ? any : float(random.bounded(2.0)) + (v % 5 == 3 ? 1e4f : 0.0f));
+        }
+    }
+    const int vertexCount = int(positions.size() / 3);
+    QList<unsigned int> indices;
+    for (int i = 0; i < 3 * 1003; ++i) // not a whole number of groups of four
+        indices << (i % 7 == 6 ? indices.last() : unsigned(random.bounded(vertexCount)));
+
+    QList<float> expected(positions.size(), 0.0f);
+    for (qsizetype t = 0; t < indices.size(); t += 3) {
+        const float *p0 = positions.constData() + 3 * indices[t];
+        const float *p1 = positions.constData() + 3 * indices[t + 1];
+        const float *p2 = positions.constData() + 3 * indices[t + 2];
+        const Vector3f u = normalized(Vector3f { p2[0] - p0[0], p2[1] - p0[1], p2[2] - p0[2] });
+        const Vector3f v = normalized(Vector3f { p1[0] - p0[0], p1[1] - p0[1], p1[2] - p0[2] });
+        const float n[3] = { u.y * v.z - u.z * v.y, u.z * v.x - u.x * v.z, u.x * v.y - u.y * v.x };
+        for (qsizetype k = t; k < t + 3; ++k) {
+            for (int c = 0; c < 3; ++c)
+                expected[3 * indices[k] + c] += n[c];
+        }
+    }
+    for (int i = 0; i < vertexCount; ++i) {
+        Vector3f normal { expected[3 * i], expected[3 * i + 1], expected[3 * i + 2] };
+        normalize(normal);
+        expected[3 * i] = normal.x;
+        expected[3 * i + 1] = normal.y;
+        expected[3 * i + 2] = normal.z;
+    }
+
+    QList<float> result(positions.size(), 42.0f);
+    GenerateNormals(vertexCount, int(indices.size()), positions.constData(), indices.constData(), result.data());
+    for (qsizetype i = 0; i < result.size(); ++i) {
+        const bool same = std::isnan(expected[i]) ? std::isnan(result[i])
+                                                  : std::memcmp(&result[i], &expected[i], sizeof(float)) == 0;
+        QVERIFY2(same, qPrintable(QStringLiteral("component %1: %2 instead of %3").arg(i).arg(result[i]).arg(expected[i])));
+    }
 }
 
 QTEST_MAIN(TestUpload)

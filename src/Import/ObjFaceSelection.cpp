@@ -102,7 +102,7 @@ void selectUsableObjFaces(const ObjMesh &mesh, const QString &fileName, std::vec
         if (++skippedCount <= kMaxFaceWarnings) {
             QMessageLogger(nullptr, 0, nullptr)
                 .warning("%s:%lld: face skipped: %s", qUtf8Printable(fileName),
-                    static_cast<long long>(mesh.faceLines[face]), qUtf8Printable(problem));
+                    static_cast<long long>(mesh.faceLines.lineOf(quint32(face))), qUtf8Printable(problem));
         }
     }
     if (skippedCount > kMaxFaceWarnings) {

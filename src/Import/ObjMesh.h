@@ -6,6 +6,8 @@
 #include <QStringList>
 #include <QtGlobal>
 
+#include <algorithm>
+#include <iterator>
 #include <vector>
 
 namespace Vardune::Qel {
@@ -17,6 +19,46 @@ struct ObjMaterialUse
     quint32 firstFace = 0;
     qint32 material = -1; // index into ObjMesh::materialNames; -1 before any "usemtl"
     qint32 libraryCount = 0;
+};
+
+// The 1-based line number of every face, kept as runs of faces on consecutive lines: the faces of
+// a file mostly follow one another line after line, so a few runs stand for all of them, where a
+// number per face was as large as a triangle mesh's corner counts. Faces are added in order.
+class ObjFaceLines
+{
+public:
+    void add(quint32 face, qint64 line)
+    {
+        if (_runs.empty() || line != _lastLine + 1)
+            _runs.push_back({ face, line });
+        _lastLine = line;
+    }
+
+    // The line of a face that was added.
+    qint64 lineOf(quint32 face) const
+    {
+        const auto after = std::upper_bound(
+            _runs.begin(), _runs.end(), face, [](quint32 f, const Run &run) { return f < run.firstFace; });
+        return std::prev(after)->firstLine + (face - std::prev(after)->firstFace);
+    }
+
+    bool operator==(const ObjFaceLines &other) const
+    {
+        return _runs.size() == other._runs.size()
+            && std::equal(_runs.begin(), _runs.end(), other._runs.begin(), [](const Run &a, const Run &b) {
+                   return a.firstFace == b.firstFace && a.firstLine == b.firstLine;
+               });
+    }
+    bool operator!=(const ObjFaceLines &other) const { return !(*this == other); }
+
+private:
+    struct Run
+    {
+        quint32 firstFace;
+        qint64 firstLine;
+    };
+    std::vector<Run> _runs;
+    qint64 _lastLine = 0;
 };
 
 // An OBJ file gathered into flat arrays, as read, before any check against the whole file.
@@ -36,7 +78,7 @@ struct ObjMesh
     PodArray<quint32> positionIndices; // per corner, face after face
     PodArray<quint32> normalIndices; // per corner, or empty while there are no normals
     PodArray<quint32> texCoordIndices; // per corner, or empty while there are no texture coordinates
-    PodArray<qint64> faceLines; // per face, its 1-based line number
+    ObjFaceLines faceLines;
     QStringList libraries; // absolute paths of the "mtllib" lines, in order
     QStringList materialNames; // distinct "usemtl" names, in order of first use
     std::vector<ObjMaterialUse> materialUses; // runs covering every face, in order

@@ -22,7 +22,7 @@ void ObjMeshGatherer::addFace(size_t firstCorner, qint64 line)
     if (!lastUse || lastUse->material != _material || lastUse->libraryCount != _libraryCount)
         _mesh.materialUses.push_back({ face, _material, _libraryCount });
     _mesh.cornerCounts.push_back(static_cast<quint32>(cornerTotal() - firstCorner));
-    _mesh.faceLines.push_back(line);
+    _mesh.faceLines.add(face, line);
 }
 
 void ObjMeshGatherer::addLibrary(const QString &absolutePath)

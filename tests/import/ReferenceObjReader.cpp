@@ -79,8 +79,8 @@ struct Gathering
             mesh.normalIndices.push_back(normals > 0 ? corner.normal : ObjCorner::kNoIndex);
             mesh.texCoordIndices.push_back(texCoords > 0 ? corner.texCoord : ObjCorner::kNoIndex);
         }
+        mesh.faceLines.add(quint32(mesh.cornerCounts.size()), line);
         mesh.cornerCounts.push_back(quint32(corners.size()));
-        mesh.faceLines.push_back(line);
     }
 
     void useMaterial(const QString &name)

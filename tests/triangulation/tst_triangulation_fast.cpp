@@ -195,6 +195,19 @@ void TestTriangulationFast::matchesPlainEarClipping_data()
             add(QStringLiteral("%1 every %2").arg(value).arg(every), polygon);
         }
     }
+    // Small polygons, whose directions are normalised four at a time: infinities and NaNs among
+    // them, and lengths at the ends of the float range.
+    for (const int n : { 6, 9, 13, 40 }) {
+        for (const float value : { nan, infinity, -infinity }) {
+            Polygon polygon = randomStar(n, random);
+            for (size_t k = 1; k < polygon.size(); k += 3)
+                (k % 2 ? polygon[k].x : polygon[k].y) = value;
+            add(QStringLiteral("%1 in a star of %2").arg(value).arg(n), polygon);
+        }
+        for (const double factor : { 1e-30, 1e-5, 3e38 })
+            add(QStringLiteral("random star %1 scaled by %2").arg(n).arg(factor),
+                changed(randomStar(n, random), [factor](Vector2f p) { return point(p.x * factor, p.y * factor); }));
+    }
     add(QStringLiteral("one NaN x in a convex polygon"), [&] {
         Polygon polygon = star(100, { 1.0 }, 0.0, random);
         polygon[50].x = nan;

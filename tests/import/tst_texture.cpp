@@ -12,8 +12,6 @@
 #include <QTemporaryDir>
 #include <QTest>
 
-#include <dlfcn.h>
-#include <link.h>
 
 using namespace Vardune::Qel;
 
@@ -58,23 +56,6 @@ void addPixelRow(
     QTest::newRow(tag) << QByteArray(fileFormat) << picture << size << decoded << tolerance;
 }
 
-// Mesa's DRI driver keeps what it builds for mipmap generation in its own globals, and it is
-// unloaded when the display closes at exit, before the leak checker looks: that memory would then
-// seem leaked. Pinning the loaded driver keeps it reachable, so sanitizer builds report real leaks.
-void pinGLDriver()
-{
-    QList<QByteArray> drivers;
-    dl_iterate_phdr(
-        [](dl_phdr_info *info, size_t, void *found) {
-            if (QByteArray(info->dlpi_name).endsWith("_dri.so"))
-                static_cast<QList<QByteArray> *>(found)->append(info->dlpi_name);
-            return 0;
-        },
-        &drivers);
-    for (const QByteArray &driver : drivers)
-        dlopen(driver.constData(), RTLD_NOW | RTLD_NOLOAD | RTLD_NODELETE);
-}
-
 } // namespace
 
 class TestTexture : public QObject
@@ -95,7 +76,6 @@ void TestTexture::initTestCase()
 {
     GLTestContext gl;
     QEL_REQUIRE_GL(gl);
-    pinGLDriver();
 }
 
 void TestTexture::pixelsArriveBottomRowFirst_data()

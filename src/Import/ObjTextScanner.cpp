@@ -220,8 +220,14 @@ private:
             p += negative ? 1 : 0;
             const char *digits = p;
             qint32 value = 0;
-            for (; p != end && static_cast<unsigned char>(*p - '0') < 10 && p - digits < kMostDigits; ++p)
-                value = value * 10 + (*p - '0');
+            if (end - p > kMostDigits) {
+                // Room for every digit a field may have and the byte after: only the digit test.
+                for (ptrdiff_t k = 0; k < kMostDigits && static_cast<unsigned char>(*p - '0') < 10; ++k)
+                    value = value * 10 + (*p++ - '0');
+            } else {
+                for (; p != end && static_cast<unsigned char>(*p - '0') < 10 && p - digits < kMostDigits; ++p)
+                    value = value * 10 + (*p - '0');
+            }
             if (p == digits && (field == 0 || negative))
                 return nullptr;
             numbers[field] = negative ? -value : value;

@@ -7,6 +7,8 @@
 
 #include <QVector3D>
 
+#include <cstddef>
+
 namespace Vardune::Qel {
 
 class CornerTree;

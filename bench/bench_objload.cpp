@@ -32,10 +32,10 @@
 
 #include <algorithm>
 #include <cstdio>
+#include <cstdlib>
 #include <cstring>
 #include <ctime>
 #include <string>
-#include <cstdlib>
 #include <sys/stat.h>
 #include <unistd.h>
 #include <vector>

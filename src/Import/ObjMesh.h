@@ -29,9 +29,8 @@ class ObjFaceLines
 public:
     void add(quint32 face, qint64 line)
     {
-        if (_runs.empty() || line != _lastLine + 1)
+        if (_runs.empty() || line != _runs.back().firstLine + (face - _runs.back().firstFace))
             _runs.push_back({ face, line });
-        _lastLine = line;
     }
 
     // The line of a face that was added.
@@ -49,7 +48,6 @@ public:
                    return a.firstFace == b.firstFace && a.firstLine == b.firstLine;
                });
     }
-    bool operator!=(const ObjFaceLines &other) const { return !(*this == other); }
 
 private:
     struct Run
@@ -58,7 +56,6 @@ private:
         qint64 firstLine;
     };
     std::vector<Run> _runs;
-    qint64 _lastLine = 0;
 };
 
 // An OBJ file gathered into flat arrays, as read, before any check against the whole file.

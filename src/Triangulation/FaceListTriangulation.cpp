@@ -85,8 +85,8 @@ size_t TriangulateFaces(size_t faceCount, const unsigned int *faces, const unsig
             const int count = static_cast<int>(cornerCounts[face]);
             const int *faceCorners = corners + faceStarts[face];
             if (count == 3 || count == 4) {
-                // The fixed patterns read no points.
-                int cornerNumbers[6];
+                // The fixed patterns read no points and give at most two triangles.
+                int cornerNumbers[3 * 2];
                 const int cornerCount = TriangulatePolygon2D(count, nullptr, clockwise[j] != 0, cornerNumbers);
                 for (int k = 0; k < cornerCount; ++k)
                     out[written + size_t(k)] = static_cast<unsigned int>(faceCorners[cornerNumbers[k]]);

@@ -49,7 +49,7 @@ QString meshDifference(const ObjMesh &a, const ObjMesh &b)
         return QStringLiteral("texture coordinates");
     if (a.attributeOrder != b.attributeOrder)
         return QStringLiteral("attribute order");
-    if (!sameBytes(a.cornerCounts, b.cornerCounts) || a.faceLines != b.faceLines)
+    if (!sameBytes(a.cornerCounts, b.cornerCounts) || !(a.faceLines == b.faceLines))
         return QStringLiteral("faces");
     if (!sameBytes(a.positionIndices, b.positionIndices) || !sameBytes(a.normalIndices, b.normalIndices)
         || !sameBytes(a.texCoordIndices, b.texCoordIndices))

@@ -2,12 +2,13 @@
 // interior angle at each step keeps slivers out of the result for the convex and mildly concave
 // faces that meshes are made of. Triangles and quadrilaterals take fixed patterns.
 //
-// From kTreeThreshold corners on, the ear to cut comes from a priority queue (EarQueue) rather than
-// a scan of the ring, and the blocking test asks a k-d tree (CornerTree) for the corners near the
-// ear rather than testing them all; both give exactly the scans' answers. So a polygon of
-// well-spread points costs about O(n log n) instead of O(n²). Points the tree cannot bound (NaN,
-// infinite or huge coordinates) keep the full scan in every ear test. The ring, the queue and the
-// tree live in per-thread buffers that keep their capacity.
+// Polygons below kSmallPolygonCorners corners are clipped by scans of bit sets
+// (SmallPolygonClipping.cpp). From there on, the ear to cut comes from a priority queue
+// (EarQueue) rather than a scan of the ring, and the blocking test asks a k-d tree (CornerTree)
+// for the corners near the ear rather than testing them all; both give exactly the scans'
+// answers. So a polygon of well-spread points costs about O(n log n) instead of O(n²). Points the
+// tree cannot bound (NaN, infinite or huge coordinates) keep the full scan in every ear test. The
+// ring, the queue and the tree live in per-thread buffers that keep their capacity.
 
 #include "CornerTree.h"
 #include "EarQueue.h"
@@ -21,71 +22,35 @@ namespace Vardune::Qel {
 
 namespace {
 
-// Below this many corners scanning every corner, both to choose the ear and to test it, is faster
-// than keeping a queue and a tree.
-constexpr int kTreeThreshold = 64;
-
-// The scan the queue stands in for in large polygons: the first ear found, replaced only by a
-// strictly sharper one.
-int chooseSharpestEar(int count, const EarVertex *ring)
-{
-    int chosen = -1;
-    for (int k = 0; k < count; ++k) {
-        if (ring[k].active && ring[k].isEar && (chosen < 0 || ring[k].cosAngle > ring[chosen].cosAngle))
-            chosen = k;
-    }
-    return chosen;
-}
-
-int writeTriangle(int *corners, int written, int a, int b, int c)
-{
-    corners[written] = a;
-    corners[written + 1] = b;
-    corners[written + 2] = c;
-    return written + 3;
-}
-
-int clipEars(int count, const Vector2f *points, bool reversed, int *corners)
+// Polygons of kSmallPolygonCorners corners and more: the ear to cut comes from the queue, and
+// the ear tests ask the tree.
+int clipLargePolygon(int count, const Vector2f *points, bool reversed, int *corners)
 {
     thread_local std::vector<EarVertex> ringBuffer;
-    thread_local EarQueue queue;
+    thread_local EarQueue ears;
     thread_local CornerTree treeBuffer;
-    thread_local std::vector<Vector2f> directionBuffer;
     ringBuffer.resize(count);
     EarVertex *ring = ringBuffer.data();
     for (int k = 0; k < count; ++k) {
-        const int next = (k + 1) % count;
-        const int prev = (k + count - 1) % count;
+        const int next = k + 1 == count ? 0 : k + 1;
+        const int prev = k == 0 ? count - 1 : k - 1;
         // Walking a clockwise polygon backwards makes the ring counter-clockwise.
         ring[k] = { reversed ? prev : next, reversed ? next : prev, 0.0f, 0.0f, true, false };
     }
-    const bool large = count >= kTreeThreshold;
-    CornerTree *tree = large && treeBuffer.build(count, points) ? &treeBuffer : nullptr;
-    EarQueue *ears = large ? &queue : nullptr;
-    // Below the tree's threshold the scans use every direction between two corners many times.
-    const Vector2f *directions = nullptr;
-    if (!large) {
-        directionBuffer.resize(size_t(count) * size_t(count));
-        PolygonDirections(count, points, directionBuffer.data());
-        directions = directionBuffer.data();
-    }
-    if (ears)
-        ears->reset(count);
+    CornerTree *tree = treeBuffer.build(count, points) ? &treeBuffer : nullptr;
+    ears.reset(count);
     const auto update = [&](int k) {
-        UpdateEarState(k, count, points, ring, tree, directions);
-        if (ears)
-            ears->update(k, ring);
+        UpdateEarState(k, count, points, ring, tree);
+        ears.update(k, ring);
     };
     for (int k = 0; k < count; ++k)
         update(k);
 
     int written = 0;
     for (int remaining = count; remaining > 3; --remaining) {
-        const int ear = ears ? ears->sharpestEar(ring) : chooseSharpestEar(count, ring);
-        if (ear < 0) {
-            QMessageLogger(nullptr, 0, nullptr).warning("Unable to triangulate polygon.");
+        const int ear = ears.sharpestEar(ring);
+        if (ear < 0)
             return 0;
-        }
         const int prev = ring[ear].prev;
         const int next = ring[ear].next;
         written = writeTriangle(corners, written, prev, ear, next);
@@ -121,7 +86,11 @@ int TriangulatePolygon2D(int count, const Vector2f *points, bool reversed, int *
             return writeTriangle(corners, writeTriangle(corners, 0, 0, 3, 1), 1, 3, 2);
         return writeTriangle(corners, writeTriangle(corners, 0, 0, 1, 3), 1, 2, 3);
     }
-    return clipEars(count, points, reversed, corners);
+    const int written = count < kSmallPolygonCorners ? ClipSmallPolygon(count, points, reversed, corners)
+                                                     : clipLargePolygon(count, points, reversed, corners);
+    if (written == 0)
+        QMessageLogger(nullptr, 0, nullptr).warning("Unable to triangulate polygon.");
+    return written;
 }
 
 } // namespace Vardune::Qel

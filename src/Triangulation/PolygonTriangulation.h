@@ -65,14 +65,31 @@ int SmallFacesRunClockwise(int count, const int *const faces[kWindingLanes], con
 size_t TriangulateFaces(size_t faceCount, const unsigned int *faces, const unsigned int *cornerCounts,
     const unsigned int *faceStarts, const int *corners, const float *positions, unsigned int *out);
 
-// Fills the count × count table directions[a * count + b] = normalized(points[a] − points[b]).
+// Writes the triangle a, b, c at corners[written]; returns the new count written.
+inline int writeTriangle(int *corners, int written, int a, int b, int c)
+{
+    corners[written] = a;
+    corners[written + 1] = b;
+    corners[written + 2] = c;
+    return written + 3;
+}
+
+// Polygons below this many corners are clipped by ClipSmallPolygon, larger ones with a priority
+// queue and a k-d tree: below it, scanning every corner, both to choose the ear and to test it,
+// is faster than keeping the queue and the tree.
+constexpr int kSmallPolygonCorners = 64;
+
+// Fills the count × count table directions[a * count + b] = normalized(points[a] − points[b]) for
+// a != b; the diagonal is left as it is.
 void PolygonDirections(int count, const Vector2f *points, Vector2f *directions);
+
+// The ear clipping of TriangulatePolygon2D for 5 <= count < kSmallPolygonCorners, without its
+// warning: returns 3 × (count − 2), or 0 when no ear is left.
+int ClipSmallPolygon(int count, const Vector2f *points, bool reversed, int *corners);
 
 // Recomputes `cross`, `cosAngle` and `isEar` of ring[i] from its present neighbours. The blocking
 // test looks at every active corner when `tree` is null, else (built over the same points, cut
-// corners removed) only at those it finds near the ear, with the same result. `directions`, when
-// not null, is the table of PolygonDirections over the same points, read instead of normalising.
-void UpdateEarState(
-    int i, int count, const Vector2f *points, EarVertex *ring, const CornerTree *tree, const Vector2f *directions);
+// corners removed) only at those it finds near the ear, with the same result.
+void UpdateEarState(int i, int count, const Vector2f *points, EarVertex *ring, const CornerTree *tree);
 
 } // namespace Vardune::Qel

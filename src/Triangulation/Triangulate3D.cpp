@@ -1,7 +1,7 @@
 // Triangulation of one planar polygon given in 3D: projection onto its plane, a winding measure
 // that decides the walking direction, then fixed patterns or ear clipping on corner numbers, which
-// are finally mapped to vertex numbers. Triangles and quadrilaterals, nearly every face of a real
-// mesh, work in stack buffers; larger polygons reuse per-thread buffers, so no call allocates
+// are finally mapped to vertex numbers. Polygons of up to 16 corners, nearly every face of a real
+// mesh, work in stack buffers; larger ones reuse per-thread buffers, so no call allocates
 // except to grow the output list, and the raw form writes into room its caller sized once.
 
 #include "Triangulate3D.h"
@@ -35,7 +35,8 @@ void appendVertexNumbers(const int *corners, int cornerCount, const int *indices
 template<typename Take>
 void triangulate(const QVector3D &normal, int count, const int *indices, const float *positions, Take take)
 {
-    constexpr int kSmallCount = 4;
+    // Up to this many corners, the faces of nearly every mesh, the buffers live on the stack.
+    constexpr int kSmallCount = 16;
     if (count <= 0) {
         // There is nothing to project and the lists may be null: only the warning remains.
         TriangulatePolygon2D(count, nullptr, false, nullptr);

@@ -139,6 +139,8 @@ class TestTriangulationFast : public QObject
 private slots:
     void matchesPlainEarClipping_data();
     void matchesPlainEarClipping();
+    void smallPolygonsMatchPlainEarClipping_data();
+    void smallPolygonsMatchPlainEarClipping();
 };
 
 void TestTriangulationFast::matchesPlainEarClipping_data()
@@ -225,6 +227,42 @@ void TestTriangulationFast::matchesPlainEarClipping()
         QCOMPARE(fast.warnings, plain.warnings);
         QCOMPARE(fast.corners.size(), plain.corners.size());
         QVERIFY(fast.corners == plain.corners);
+    }
+}
+
+// Small polygons take their own path (bit sets, a table on the stack): many of them, of the kinds
+// whose ears tie, line up or repeat a point, each compared with the plain clipping.
+void TestTriangulationFast::smallPolygonsMatchPlainEarClipping_data()
+{
+    QTest::addColumn<int>("kind");
+    QTest::addColumn<int>("leastCorners");
+    QTest::addColumn<int>("mostCorners");
+    for (const auto &[name, kind] : { std::pair { "random star", 0 }, { "lattice", 1 }, { "repeated points", 2 } }) {
+        QTest::newRow(qPrintable(QStringLiteral("%1, 5 to 16 corners").arg(name))) << kind << 5 << 16;
+        QTest::newRow(qPrintable(QStringLiteral("%1, 17 to 64 corners").arg(name))) << kind << 17 << 64;
+    }
+}
+
+void TestTriangulationFast::smallPolygonsMatchPlainEarClipping()
+{
+    QFETCH(int, kind);
+    QFETCH(int, leastCorners);
+    QFETCH(int, mostCorners);
+    std::mt19937 random(20261125 + kind);
+    const auto onLattice = [](Vector2f p) { return point(std::round(p.x * 3), std::round(p.y * 3)); };
+    const int polygons = mostCorners <= 16 ? 20000 : 2000;
+    for (int run = 0; run < polygons; ++run) {
+        const int n = leastCorners + int(random() % unsigned(mostCorners - leastCorners + 1));
+        Polygon points = randomStar(n, random);
+        if (kind == 1)
+            points = changed(points, onLattice);
+        if (kind == 2)
+            points[random() % unsigned(n)] = points[random() % unsigned(n)];
+        const bool clockwise = run % 2 != 0;
+        const Result plain = triangulate(Plain::TriangulatePolygon2D, points, clockwise);
+        const Result fast = triangulate(TriangulatePolygon2D, points, clockwise);
+        QCOMPARE(fast.warnings, plain.warnings);
+        QVERIFY2(fast.corners == plain.corners, qPrintable(QStringLiteral("polygon %1 of %2 corners").arg(run).arg(n)));
     }
 }
 

@@ -48,15 +48,16 @@ struct EarTriangle
     // unitDifference(a, b) is normalized(points[a] − points[b]). A NaN compares false and blocks
     // nothing. A point repeating a corner's position, as where an outline runs to a hole and back
     // along one edge, does not block either.
+    // The side tests come first: nearly every corner fails one, and then the point comparisons,
+    // which cannot change a false answer, are never made.
     template<typename UnitDifference>
     bool blocks(int k, const Vector2f *points, UnitDifference unitDifference) const
     {
-        const Vector2f point = points[k];
-        if (samePoint(point, corner) || samePoint(point, next) || samePoint(point, prev))
+        if (!(cross(edge0, unitDifference(k, corners[0])) >= 0.0f && cross(edge1, unitDifference(k, corners[1])) >= 0.0f
+                && cross(edge2, unitDifference(k, corners[2])) >= 0.0f))
             return false;
-        return cross(edge0, unitDifference(k, corners[0])) >= 0.0f
-            && cross(edge1, unitDifference(k, corners[1])) >= 0.0f
-            && cross(edge2, unitDifference(k, corners[2])) >= 0.0f;
+        const Vector2f point = points[k];
+        return !samePoint(point, corner) && !samePoint(point, next) && !samePoint(point, prev);
     }
 };
 

@@ -357,7 +357,8 @@ void TestObjDifferential::generatedTextReadsAlike()
 }
 
 // Decimals of 17 to 19 significant digits, as exporters print doubles in full, read through the
-// rounding shortcut; those printed at or next to a midpoint between two floats must not.
+// rounding shortcut; those printed at or next to a midpoint between two floats must not. Also
+// the edges of the range that narrows to a float plainly.
 void TestObjDifferential::fullLengthDecimalsReadAlike()
 {
     QRandomGenerator random(20261123);
@@ -389,6 +390,12 @@ void TestObjDifferential::fullLengthDecimalsReadAlike()
             check(nudged);
         }
     }
+    // Where narrowing leaves the plain conversion: 2^-150, half the smallest float, and the
+    // doubles beside it; the largest float and the midpoint above it, where it turns infinite.
+    for (const char *edge : { "7.00649232162408535461864791644958065640130970938257885878534141944895541342930300743319094181060791015625e-46",
+             "7.006492321624086e-46", "-7.006492321624085e-46", "340282346638528859811704183484516925440",
+             "340282356779733661637539395458142568448", "-3.4028235677973366e38", "3.4028235677973362e38" })
+        check(edge);
     QVERIFY2(mismatches == 0, qPrintable(QStringLiteral("%1 of %2 differ from Qt, first: %3")
                                               .arg(mismatches).arg(compared).arg(QString::fromLatin1(firstMismatch))));
 }

@@ -5,7 +5,9 @@
 // are found on the bytes. Plain ASCII words are converted in place (ObjNumberText). A line that
 // needs decoding (a byte above 0x7F in a word that matters), and every "usemtl" and "mtllib"
 // line, is decoded like the text stream would and read through Qt's own calls instead. Text
-// that starts with a UTF-16 or UTF-32 byte-order mark is left to the text stream altogether.
+// that starts with a UTF-16 or UTF-32 byte-order mark is left to the text stream altogether, and
+// so is text in which the stream's reading in chunks would decode a cut UTF-8 sequence in its own
+// way (TextStreamChunks).
 // Cost: one pass over the bytes; memory: one block buffer, reused. A line longer than a block
 // is kept whole in a buffer that doubles, unless it is a comment or a line of another keyword,
 // whose bytes are dropped as they come.
@@ -15,6 +17,7 @@
 #include "ObjMeshGatherer.h"
 #include "ObjMeshParser.h"
 #include "ObjNumberText.h"
+#include "TextStreamChunks.h"
 
 #include <QDir>
 #include <QFile>
@@ -306,6 +309,16 @@ private:
     qint64 _lineNumber = 0;
 };
 
+// The whole file through the line reader over a text stream, from its start, into a fresh mesh.
+void readThroughTextStream(QFile &file, bool textMode, const QString &directory, ObjMesh &mesh)
+{
+    mesh = ObjMesh();
+    file.setTextModeEnabled(textMode);
+    file.seek(0);
+    QTextStream text(&file);
+    parseObjMesh(text, directory, mesh);
+}
+
 } // namespace
 
 void scanObjFile(QFile &file, const QString &directory, ObjMesh &mesh)
@@ -321,6 +334,7 @@ void scanObjFile(QFile &file, const QString &directory, ObjMesh &mesh)
     bool passingOver = false; // through a long line whose bytes are not kept
     bool atStart = true;
     bool atEnd = false;
+    TextStreamChunks chunks;
     LineScanner scanner(directory, mesh);
     while (!atEnd) {
         if (filled == size_t(buffer.size())) {
@@ -334,18 +348,16 @@ void scanObjFile(QFile &file, const QString &directory, ObjMesh &mesh)
         }
         const qint64 read = file.read(buffer.data() + filled, qint64(size_t(buffer.size()) - filled));
         atEnd = read <= 0;
+        if (!(atEnd ? chunks.finish()
+                    : chunks.add(reinterpret_cast<const unsigned char *>(buffer.constData() + filled), size_t(read))))
+            return readThroughTextStream(file, textMode, directory, mesh);
         if (atStart) {
             // The mark is looked for in the first bytes as stored, carriage returns included.
             atStart = false;
             const TextStart kind
                 = textStart(reinterpret_cast<const unsigned char *>(buffer.data()), size_t(qMax(read, qint64(0))));
-            if (kind == TextStart::Other) {
-                file.setTextModeEnabled(textMode);
-                file.seek(0);
-                QTextStream text(&file);
-                parseObjMesh(text, directory, mesh);
-                return;
-            }
+            if (kind == TextStart::Other)
+                return readThroughTextStream(file, textMode, directory, mesh);
             start = kind == TextStart::Utf8WithMark ? 3 : 0;
         }
         if (!atEnd)

@@ -33,6 +33,14 @@ public:
         , _size(std::exchange(other._size, 0))
         , _capacity(std::exchange(other._capacity, 0))
     { }
+    PodArray &operator=(PodArray &&other) noexcept
+    {
+        _bytes = std::move(other._bytes);
+        _data = std::exchange(other._data, nullptr);
+        _size = std::exchange(other._size, 0);
+        _capacity = std::exchange(other._capacity, 0);
+        return *this;
+    }
 
     size_t size() const { return _size; }
     bool empty() const { return _size == 0; }

@@ -331,6 +331,8 @@ private slots:
     void fullLengthDecimalsReadAlike();
     void textStartsReadAlike_data();
     void textStartsReadAlike();
+    void chunkBoundariesReadAlike_data();
+    void chunkBoundariesReadAlike();
     void corpusImportsAlike_data();
     void corpusImportsAlike();
 
@@ -456,6 +458,56 @@ void TestObjDifferential::textStartsReadAlike()
 {
     QFETCH(QByteArray, text);
     const QString path = _files.write(QStringLiteral("start.obj"), text);
+    const QString difference = scanDifference(path);
+    QVERIFY2(difference.isNull(), qPrintable(difference));
+}
+
+// A text stream reads 16 KiB at a time as stored and decodes a UTF-8 sequence cut there in its
+// own way when the sequence is not valid: text around such boundaries, carriage returns before
+// them included, read alike.
+void TestObjDifferential::chunkBoundariesReadAlike_data()
+{
+    QTest::addColumn<QByteArray>("text");
+    constexpr qsizetype kChunk = 16384;
+    // Vertex lines, ended by `lineEnd`, and a comment filling up to `size` bytes as stored.
+    const auto filler = [](qsizetype size, const QByteArray &lineEnd) {
+        const QByteArray line = "v 1 2 3" + lineEnd;
+        QByteArray text;
+        while (size - text.size() > line.size() + 2)
+            text += line;
+        return text + "#" + QByteArray(size - text.size() - 2, 'x') + "\n";
+    };
+    // `cut` placed so that its first `before` bytes end at the boundary, inside a vertex line
+    // (where a lost space joins two numbers) or a material name (where a lost character shows).
+    const auto inVertex = [&](qsizetype boundary, const QByteArray &cut, qsizetype before, const QByteArray &lineEnd) {
+        return filler(boundary - 5 - before, lineEnd) + "v 4 5" + cut + " 6 7" + lineEnd + "v 8 9 10" + lineEnd;
+    };
+    const auto inName = [&](const QByteArray &cut, qsizetype before) {
+        return filler(kChunk - 8 - before, "\n") + "usemtl m" + cut + "n\nf 1 2 3\n";
+    };
+    QTest::newRow("truncated sequence, the space after it") << inVertex(kChunk, "\xE2\x80", 2, "\n");
+    QTest::newRow("truncated sequence after carriage returns") << inVertex(kChunk, "\xE2\x80", 2, "\r\n");
+    QTest::newRow("truncated sequence at the third boundary") << inVertex(3 * kChunk, "\xE2\x80", 2, "\r\n");
+    QTest::newRow("lead byte alone") << inVertex(kChunk, "\xC3", 1, "\n");
+    QTest::newRow("lead byte, then a sequence") << inName("\xC3\xC3\xA9", 1);
+    QTest::newRow("truncated sequence, then a sequence") << inName("\xE2\x82\xC3\xA9", 2);
+    QTest::newRow("surrogate") << inName("\xED\xA0\x80", 1);
+    QTest::newRow("overlong form") << inName("\xE0\x80\x80", 1);
+    QTest::newRow("above U+10FFFF") << inName("\xF4\x90\x80\x80", 2);
+    QTest::newRow("byte that leads nothing") << inName("\xC0\x80", 1);
+    QTest::newRow("valid sequence cut after its lead") << inName("\xE2\x82\xAC", 1);
+    QTest::newRow("valid sequence cut before its end") << inName("\xF0\x9F\x98\x80", 3);
+    QTest::newRow("valid sequence ending at the boundary") << inName("\xC3\xA9", 2);
+    // The line end itself after the cut: the stream joins the next line to a comment.
+    QTest::newRow("comment ending in a truncated sequence")
+        << filler(kChunk - 3, "\n") + "#\xE2\x80" + "\nv 8 9 10\nf 1 2 3\n";
+    QTest::newRow("file ending in a truncated sequence at the boundary") << filler(kChunk - 2, "\n") + "\xE2\x80";
+}
+
+void TestObjDifferential::chunkBoundariesReadAlike()
+{
+    QFETCH(QByteArray, text);
+    const QString path = _files.write(QStringLiteral("boundary.obj"), text);
     const QString difference = scanDifference(path);
     QVERIFY2(difference.isNull(), qPrintable(difference));
 }

@@ -49,11 +49,13 @@ struct EarTriangle
     // nothing. A point repeating a corner's position, as where an outline runs to a hole and back
     // along one edge, does not block either.
     // The side tests come first: nearly every corner fails one, and then the point comparisons,
-    // which cannot change a false answer, are never made.
+    // which cannot change a false answer, are never made. The side of the edge next → prev, the
+    // one the ear's cut adds, comes first of them: in the convex parts of a polygon every other
+    // corner lies beyond it, and then one test settles the corner.
     template<typename UnitDifference>
     bool blocks(int k, const Vector2f *points, UnitDifference unitDifference) const
     {
-        if (!(cross(edge0, unitDifference(k, corners[0])) >= 0.0f && cross(edge1, unitDifference(k, corners[1])) >= 0.0f
+        if (!(cross(edge1, unitDifference(k, corners[1])) >= 0.0f && cross(edge0, unitDifference(k, corners[0])) >= 0.0f
                 && cross(edge2, unitDifference(k, corners[2])) >= 0.0f))
             return false;
         const Vector2f point = points[k];

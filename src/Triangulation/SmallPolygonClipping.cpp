@@ -5,9 +5,9 @@
 // choosing the ear visits only the ears, an ear test only the active corners outside its
 // triangle, and neither loop branches on per-corner flags, whose mispredictions were most of the
 // cost of the scans. Every unit direction an ear test uses is that between two corners, and each
-// is used many times, so they come from a table made once (n² normalisations instead of several
-// for each corner scanned at each cut). The ring and, up to 16 corners, the table live on the
-// stack: the faces of a mesh cost no allocation and no thread-local lookup.
+// is used many times, so they come from a table made once (n(n − 1)/2 normalisations instead of
+// several for each corner scanned at each cut). The ring and, up to 16 corners, the table live
+// on the stack: the faces of a mesh cost no allocation and no thread-local lookup.
 
 #include "EarTest.h"
 #include "PolygonTriangulation.h"

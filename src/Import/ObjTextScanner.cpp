@@ -87,8 +87,9 @@ enum class Keyword { Other, Vertex, Normal, TexCoord, Face, Name };
 
 constexpr ptrdiff_t kLongestKeyword = 6;
 
-// The lines the scanner reads, by their first word; a keyword with other bytes than its letters
-// is no keyword, whatever they decode to. "usemtl" and "mtllib" lines are read by name.
+// The lines the scanner reads, by their first word, when that word is ASCII (a word with other
+// bytes is decoded first: a sequence cut short by the end of the text decodes to nothing).
+// "usemtl" and "mtllib" lines are read by name.
 Keyword keywordOf(const char *keyword, const char *keywordEnd)
 {
     const ptrdiff_t length = keywordEnd - keyword;
@@ -123,6 +124,8 @@ public:
             return;
         unsigned char highBits = 0;
         const char *keywordEnd = wordEnd(keyword, end, highBits);
+        if (highBits & 0x80)
+            return readDecodedLine(begin, end, terminated);
         switch (keywordOf(keyword, keywordEnd)) {
         case Keyword::Vertex:
             return scanValues(ObjLineType::Vertex, 3, keywordEnd, begin, end, terminated);
@@ -144,6 +147,8 @@ public:
 
     // True when the line that starts with [begin, end) is passed over whatever follows: a
     // comment, or a first word that is complete, or longer than any keyword, and no keyword.
+    // (A first word with bytes above 0x7F decodes to a keyword only where the end of the text
+    // cuts a sequence short: a word that ends there, not one that fills a block.)
     static bool passesOver(const char *begin, const char *end)
     {
         const char *keyword = skipSpace(begin, end);

@@ -8,8 +8,8 @@
 #include "ModelDataArray.h"
 #include "ObjModelReader.h"
 #include "ObjNumberText.h"
+#include "ObjScanDifference.h"
 #include "ObjTestFiles.h"
-#include "ObjTextScanner.h"
 #include "ReferenceObjReader.h"
 
 #include <QelGL/GPUModel.h>
@@ -31,52 +31,6 @@ namespace {
 
 constexpr int kGeneratedFiles = 21;
 constexpr int kLinesPerFile = 5000;
-
-template<typename Array>
-bool sameBytes(const Array &a, const Array &b)
-{
-    return a.size() == b.size() && (a.size() == 0 || std::memcmp(a.data(), b.data(), a.size() * sizeof(a[0])) == 0);
-}
-
-// The first difference between two gathered files, or null.
-QString meshDifference(const ObjMesh &a, const ObjMesh &b)
-{
-    if (!sameBytes(a.positions, b.positions))
-        return QStringLiteral("positions");
-    if (!sameBytes(a.normals, b.normals))
-        return QStringLiteral("normals");
-    if (!sameBytes(a.texCoords, b.texCoords))
-        return QStringLiteral("texture coordinates");
-    if (a.attributeOrder != b.attributeOrder)
-        return QStringLiteral("attribute order");
-    if (!sameBytes(a.cornerCounts, b.cornerCounts) || !(a.faceLines == b.faceLines))
-        return QStringLiteral("faces");
-    if (!sameBytes(a.positionIndices, b.positionIndices) || !sameBytes(a.normalIndices, b.normalIndices)
-        || !sameBytes(a.texCoordIndices, b.texCoordIndices))
-        return QStringLiteral("corner indices");
-    if (a.libraries != b.libraries || a.materialNames != b.materialNames)
-        return QStringLiteral("libraries or material names");
-    if (a.materialUses.size() != b.materialUses.size()
-        || !std::equal(a.materialUses.begin(), a.materialUses.end(), b.materialUses.begin(),
-            [](const ObjMaterialUse &x, const ObjMaterialUse &y) {
-                return x.firstFace == y.firstFace && x.material == y.material && x.libraryCount == y.libraryCount;
-            }))
-        return QStringLiteral("material runs");
-    return QString();
-}
-
-QString scanDifference(const QString &path)
-{
-    ObjMesh reference;
-    if (!Reference::readObjMesh(path, reference))
-        return QStringLiteral("reference did not open the file");
-    QFile file(path);
-    if (!file.open(QIODevice::ReadOnly | QIODevice::Text))
-        return QStringLiteral("file did not open");
-    ObjMesh scanned;
-    scanObjFile(file, QFileInfo(path).dir().absolutePath(), scanned);
-    return meshDifference(scanned, reference);
-}
 
 // Text that mixes every way a line can be spelled.
 class LineGenerator
@@ -331,8 +285,8 @@ private slots:
     void fullLengthDecimalsReadAlike();
     void textStartsReadAlike_data();
     void textStartsReadAlike();
-    void chunkBoundariesReadAlike_data();
-    void chunkBoundariesReadAlike();
+    void cutSequencesReadAlike_data();
+    void cutSequencesReadAlike();
     void corpusImportsAlike_data();
     void corpusImportsAlike();
 
@@ -352,7 +306,7 @@ void TestObjDifferential::generatedTextReadsAlike()
         if (f % 3 == 0) // no final line end, at times in the middle of a character
             text += f % 2 == 0 ? "v 1 2 \xC3" : "f 1 2 3";
         const QString path = _files.write(QStringLiteral("generated%1.obj").arg(f), text);
-        const QString difference = scanDifference(path);
+        const QString difference = objScanDifference(path);
         QVERIFY2(difference.isNull(), qPrintable(QStringLiteral("file %1: %2").arg(f).arg(difference)));
     }
     QVERIFY(lines >= 100000);
@@ -458,14 +412,15 @@ void TestObjDifferential::textStartsReadAlike()
 {
     QFETCH(QByteArray, text);
     const QString path = _files.write(QStringLiteral("start.obj"), text);
-    const QString difference = scanDifference(path);
+    const QString difference = objScanDifference(path);
     QVERIFY2(difference.isNull(), qPrintable(difference));
 }
 
-// A text stream reads 16 KiB at a time as stored and decodes a UTF-8 sequence cut there in its
-// own way when the sequence is not valid: text around such boundaries, carriage returns before
-// them included, read alike.
-void TestObjDifferential::chunkBoundariesReadAlike_data()
+// UTF-8 sequences cut short. A text stream reads 16 KiB at a time as stored and decodes a
+// sequence cut there in its own way when the sequence is not valid: text around such boundaries,
+// carriage returns before them included. And the end of the text, where a cut sequence decodes
+// to nothing, also in a line's first word.
+void TestObjDifferential::cutSequencesReadAlike_data()
 {
     QTest::addColumn<QByteArray>("text");
     constexpr qsizetype kChunk = 16384;
@@ -502,13 +457,18 @@ void TestObjDifferential::chunkBoundariesReadAlike_data()
     QTest::newRow("comment ending in a truncated sequence")
         << filler(kChunk - 3, "\n") + "#\xE2\x80" + "\nv 8 9 10\nf 1 2 3\n";
     QTest::newRow("file ending in a truncated sequence at the boundary") << filler(kChunk - 2, "\n") + "\xE2\x80";
+    QTest::newRow("keyword cut short by the end of the text") << QByteArray("v 1 2 3\nvt\xEE");
+    QTest::newRow("keyword and values cut short by the end of the text") << QByteArray("v 1 2 3\nv 4 5\xF0\x9F\x98");
+    QTest::newRow("face keyword cut short by the end of the text")
+        << QByteArray("v 1 2 3\nv 4 5 6\nv 7 8 9\nf\xE2\x82");
+    QTest::newRow("keyword cut short by a line end") << QByteArray("v 1 2 3\nvt\xEE\nvt 0.5 0.5\n");
 }
 
-void TestObjDifferential::chunkBoundariesReadAlike()
+void TestObjDifferential::cutSequencesReadAlike()
 {
     QFETCH(QByteArray, text);
     const QString path = _files.write(QStringLiteral("boundary.obj"), text);
-    const QString difference = scanDifference(path);
+    const QString difference = objScanDifference(path);
     QVERIFY2(difference.isNull(), qPrintable(difference));
 }
 
@@ -531,7 +491,7 @@ void TestObjDifferential::corpusImportsAlike()
     if (path.isEmpty())
         QSKIP("the model corpus is not installed");
     QEL_REQUIRE_GL(_gl);
-    const QString difference = scanDifference(path);
+    const QString difference = objScanDifference(path);
     QVERIFY2(difference.isNull(), qPrintable(difference));
 
     const Import imported = importWith(path, false);

@@ -39,6 +39,10 @@ for target in "$@"; do
         link_shared "$target" -iname "*.obj" -size -64k
         options="-max_len=16384 -dict=fuzz/obj.dict"
         launcher="xvfb-run -a" ;;
+    fuzz_objscan)
+        # Past the text stream's first 16 KiB chunk, with no growth of the length to wait for.
+        link_shared "$target" -iname "*.obj" -size -64k
+        options="-max_len=40000 -len_control=0 -dict=fuzz/obj.dict" ;;
     fuzz_texture)
         link_shared "$target" \( -iname "*.png" -o -iname "*.jp*g" -o -iname "*.bmp" -o -iname "*.gif" -o -iname "*.dds" \) -size -256k
         options="-max_len=65536"

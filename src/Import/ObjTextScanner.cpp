@@ -6,8 +6,8 @@
 // needs decoding (a byte above 0x7F in a word that matters), and every "usemtl" and "mtllib"
 // line, is decoded like the text stream would and read through Qt's own calls instead. Text
 // that starts with a UTF-16 or UTF-32 byte-order mark is left to the text stream altogether, and
-// so is text in which the stream's reading in chunks would decode a cut UTF-8 sequence in its own
-// way (TextStreamChunks).
+// so is text that the stream would decode in its own way: a UTF-8 sequence that is not valid cut
+// by the chunks it reads (TextStreamChunks), or one that a carriage return splits.
 // Cost: one pass over the bytes; memory: one block buffer, reused. A line longer than a block
 // is kept whole in a buffer that doubles, unless it is a comment or a line of another keyword,
 // whose bytes are dropped as they come.
@@ -52,18 +52,57 @@ const char *wordEnd(const char *p, const char *end, unsigned char &highBits)
     return p;
 }
 
-// Removes every carriage return from [text, text + size); returns the new size.
-size_t dropCarriageReturns(char *text, size_t size)
+bool isContinuation(unsigned char c)
 {
+    return c >= 0x80 && c <= 0xBF;
+}
+
+// Carriage returns across the blocks of a file. The text stream drops them after decoding, so
+// one between a byte above 0x7F and a continuation byte breaks a sequence that dropping the
+// bytes first would join: such text is left to the text stream.
+struct CarriageReturns
+{
+    unsigned char lastKept = 0; // the last byte kept so far
+    bool endsText = false; // the bytes so far end in carriage returns
+    bool splitSequence = false;
+};
+
+// Removes every carriage return from [text, text + size), the next bytes of the file; returns
+// the new size.
+size_t dropCarriageReturns(char *text, size_t size, CarriageReturns &returns)
+{
+    unsigned char lastKept = returns.lastKept;
+    bool afterReturns = returns.endsText;
+    bool splitSequence = false;
+    // The state lives in locals while the bytes move: writes through `to` could alias it.
+    const auto keep = [&](char c) {
+        const auto byte = static_cast<unsigned char>(c);
+        splitSequence |= afterReturns && lastKept >= 0x80 && isContinuation(byte);
+        afterReturns = false;
+        lastKept = byte;
+    };
     char *from = static_cast<char *>(std::memchr(text, '\r', size));
-    if (!from)
-        return size;
-    char *to = from;
-    for (const char *end = text + size; from != end; ++from) {
-        if (*from != '\r')
-            *to++ = *from;
+    // The bytes before the first carriage return stay where they are.
+    const size_t untouched = from ? size_t(from - text) : size;
+    if (untouched > 0) {
+        keep(text[0]);
+        lastKept = static_cast<unsigned char>(text[untouched - 1]);
     }
-    return size_t(to - text);
+    char *to = from;
+    if (from) {
+        for (const char *end = text + size; from != end; ++from) {
+            if (*from == '\r') {
+                afterReturns = true;
+                continue;
+            }
+            keep(*from);
+            *to++ = *from;
+        }
+    }
+    returns.lastKept = lastKept;
+    returns.endsText = afterReturns;
+    returns.splitSequence |= splitSequence;
+    return to ? size_t(to - text) : size;
 }
 
 enum class TextStart { Utf8, Utf8WithMark, Other };
@@ -340,6 +379,7 @@ void scanObjFile(QFile &file, const QString &directory, ObjMesh &mesh)
     bool atStart = true;
     bool atEnd = false;
     TextStreamChunks chunks;
+    CarriageReturns returns;
     LineScanner scanner(directory, mesh);
     while (!atEnd) {
         if (filled == size_t(buffer.size())) {
@@ -366,7 +406,9 @@ void scanObjFile(QFile &file, const QString &directory, ObjMesh &mesh)
             start = kind == TextStart::Utf8WithMark ? 3 : 0;
         }
         if (!atEnd)
-            filled += dropCarriageReturns(buffer.data() + filled, size_t(read));
+            filled += dropCarriageReturns(buffer.data() + filled, size_t(read), returns);
+        if (returns.splitSequence)
+            return readThroughTextStream(file, textMode, directory, mesh);
 
         const char *text = buffer.constData();
         for (;;) {

@@ -418,8 +418,9 @@ void TestObjDifferential::textStartsReadAlike()
 
 // UTF-8 sequences cut short. A text stream reads 16 KiB at a time as stored and decodes a
 // sequence cut there in its own way when the sequence is not valid: text around such boundaries,
-// carriage returns before them included. And the end of the text, where a cut sequence decodes
-// to nothing, also in a line's first word.
+// carriage returns before them included. The end of the text, where a cut sequence decodes to
+// nothing, also in a line's first word. And carriage returns, which the text stream drops after
+// decoding, inside sequences.
 void TestObjDifferential::cutSequencesReadAlike_data()
 {
     QTest::addColumn<QByteArray>("text");
@@ -462,6 +463,15 @@ void TestObjDifferential::cutSequencesReadAlike_data()
     QTest::newRow("face keyword cut short by the end of the text")
         << QByteArray("v 1 2 3\nv 4 5 6\nv 7 8 9\nf\xE2\x82");
     QTest::newRow("keyword cut short by a line end") << QByteArray("v 1 2 3\nvt\xEE\nvt 0.5 0.5\n");
+    // The text stream drops carriage returns after decoding: one inside a sequence breaks it.
+    const auto named = [](const QByteArray &name) { return "v 1 2 3\nusemtl " + name + "\nf 1 1 1\n"; };
+    QTest::newRow("carriage return inside a sequence") << named("m\xF1\r\x91\x91\x91n");
+    QTest::newRow("carriage returns inside a sequence") << named("m\xC3\r\r\xA9n");
+    QTest::newRow("carriage return after a sequence, then a continuation byte") << named("m\xC3\xA9\r\x91n");
+    // The import reads 128 KiB at a time: a carriage return ends its first read.
+    constexpr qsizetype kRead = 128 * 1024;
+    QTest::newRow("carriage return inside a sequence, across a read")
+        << filler(kRead - 10, "\n") + "usemtl \xF1\r\x91\x91\x91n\nf 1 2 3\n";
 }
 
 void TestObjDifferential::cutSequencesReadAlike()

@@ -67,42 +67,49 @@ struct CarriageReturns
     bool splitSequence = false;
 };
 
+// Whether a run of carriage returns between `before` and `after` splits a sequence: a byte
+// above 0x7F, then a continuation byte.
+bool splitsSequence(unsigned char before, unsigned char after)
+{
+    return isContinuation(after) && before >= 0x80;
+}
+
 // Removes every carriage return from [text, text + size), the next bytes of the file; returns
-// the new size.
+// the new size. Only the bytes around each run of carriage returns are looked at once more.
 size_t dropCarriageReturns(char *text, size_t size, CarriageReturns &returns)
 {
-    unsigned char lastKept = returns.lastKept;
-    bool afterReturns = returns.endsText;
-    bool splitSequence = false;
-    // The state lives in locals while the bytes move: writes through `to` could alias it.
-    const auto keep = [&](char c) {
-        const auto byte = static_cast<unsigned char>(c);
-        splitSequence |= afterReturns && lastKept >= 0x80 && isContinuation(byte);
-        afterReturns = false;
-        lastKept = byte;
-    };
+    if (size == 0)
+        return 0;
+    // A run that ended the bytes before ends here, or goes on.
+    if (returns.endsText && text[0] != '\r')
+        returns.splitSequence |= splitsSequence(returns.lastKept, static_cast<unsigned char>(text[0]));
+    returns.endsText = false;
     char *from = static_cast<char *>(std::memchr(text, '\r', size));
-    // The bytes before the first carriage return stay where they are.
-    const size_t untouched = from ? size_t(from - text) : size;
-    if (untouched > 0) {
-        keep(text[0]);
-        lastKept = static_cast<unsigned char>(text[untouched - 1]);
+    if (!from) {
+        returns.lastKept = static_cast<unsigned char>(text[size - 1]);
+        return size;
     }
     char *to = from;
-    if (from) {
-        for (const char *end = text + size; from != end; ++from) {
-            if (*from == '\r') {
-                afterReturns = true;
-                continue;
-            }
-            keep(*from);
+    const char *end = text + size;
+    for (; from != end; ++from) {
+        if (*from != '\r') {
             *to++ = *from;
+            continue;
         }
+        const unsigned char before = to != text ? static_cast<unsigned char>(to[-1]) : returns.lastKept;
+        const char *after = from + 1;
+        while (after != end && *after == '\r')
+            ++after;
+        if (after == end) {
+            returns.endsText = true;
+            returns.lastKept = before;
+            return size_t(to - text);
+        }
+        returns.splitSequence |= splitsSequence(before, static_cast<unsigned char>(*after));
+        from = text + (after - text) - 1;
     }
-    returns.lastKept = lastKept;
-    returns.endsText = afterReturns;
-    returns.splitSequence |= splitSequence;
-    return to ? size_t(to - text) : size;
+    returns.lastKept = static_cast<unsigned char>(to[-1]);
+    return size_t(to - text);
 }
 
 enum class TextStart { Utf8, Utf8WithMark, Other };

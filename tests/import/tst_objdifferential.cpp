@@ -468,10 +468,12 @@ void TestObjDifferential::cutSequencesReadAlike_data()
     QTest::newRow("carriage return inside a sequence") << named("m\xF1\r\x91\x91\x91n");
     QTest::newRow("carriage returns inside a sequence") << named("m\xC3\r\r\xA9n");
     QTest::newRow("carriage return after a sequence, then a continuation byte") << named("m\xC3\xA9\r\x91n");
-    // The import reads 128 KiB at a time: a carriage return ends its first read.
+    // The import reads 128 KiB at a time: carriage returns end its first read, or run on.
     constexpr qsizetype kRead = 128 * 1024;
-    QTest::newRow("carriage return inside a sequence, across a read")
-        << filler(kRead - 10, "\n") + "usemtl \xF1\r\x91\x91\x91n\nf 1 2 3\n";
+    QTest::newRow("carriage returns ending a read inside a sequence")
+        << filler(kRead - 10, "\n") + "usemtl \xF1\r\r\x91\x91\x91n\nf 1 2 3\n";
+    QTest::newRow("carriage returns across a read inside a sequence")
+        << filler(kRead - 10, "\n") + "usemtl \xF1\r\r\r\x91\x91\x91n\nf 1 2 3\n";
 }
 
 void TestObjDifferential::cutSequencesReadAlike()

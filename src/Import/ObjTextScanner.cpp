@@ -52,11 +52,6 @@ const char *wordEnd(const char *p, const char *end, unsigned char &highBits)
     return p;
 }
 
-bool isContinuation(unsigned char c)
-{
-    return c >= 0x80 && c <= 0xBF;
-}
-
 // Carriage returns across the blocks of a file. The text stream drops them after decoding, so
 // one between a byte above 0x7F and a continuation byte breaks a sequence that dropping the
 // bytes first would join: such text is left to the text stream.
@@ -71,7 +66,7 @@ struct CarriageReturns
 // above 0x7F, then a continuation byte.
 bool splitsSequence(unsigned char before, unsigned char after)
 {
-    return isContinuation(after) && before >= 0x80;
+    return isUtf8Continuation(after) && before >= 0x80;
 }
 
 // Removes every carriage return from [text, text + size), the next bytes of the file; returns
@@ -97,7 +92,7 @@ size_t dropCarriageReturns(char *text, size_t size, CarriageReturns &returns)
             continue;
         }
         const unsigned char before = to != text ? static_cast<unsigned char>(to[-1]) : returns.lastKept;
-        const char *after = from + 1;
+        char *after = from + 1;
         while (after != end && *after == '\r')
             ++after;
         if (after == end) {
@@ -106,7 +101,7 @@ size_t dropCarriageReturns(char *text, size_t size, CarriageReturns &returns)
             return size_t(to - text);
         }
         returns.splitSequence |= splitsSequence(before, static_cast<unsigned char>(*after));
-        from = text + (after - text) - 1;
+        from = after - 1;
     }
     returns.lastKept = static_cast<unsigned char>(to[-1]);
     return size_t(to - text);

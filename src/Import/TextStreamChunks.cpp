@@ -10,11 +10,6 @@ namespace Vardune::Qel {
 
 namespace {
 
-bool isContinuation(unsigned char c)
-{
-    return c >= 0x80 && c <= 0xBF;
-}
-
 // Bytes of the sequence that `lead` starts; 0 for a byte that starts none.
 int sequenceLength(unsigned char lead)
 {
@@ -41,7 +36,7 @@ bool validSecond(unsigned char lead, unsigned char second)
     case 0xF4:
         return second >= 0x80 && second <= 0x8F;
     default:
-        return isContinuation(second);
+        return isUtf8Continuation(second);
     }
 }
 
@@ -52,7 +47,7 @@ bool TextStreamChunks::boundaryDecodesAlike() const
     // The sequence the boundary may cut starts at the last byte before it that is no
     // continuation byte.
     int cut = 1;
-    while (cut <= _beforeCount && isContinuation(_before[_beforeCount - cut]))
+    while (cut <= _beforeCount && isUtf8Continuation(_before[_beforeCount - cut]))
         ++cut;
     if (cut > _beforeCount)
         return true; // continuation bytes only: any sequence of them ended before
@@ -71,7 +66,7 @@ bool TextStreamChunks::boundaryDecodesAlike() const
     std::copy(_after, _after + (length - cut), sequence + cut);
     if (!validSecond(lead, sequence[1]))
         return false;
-    return std::all_of(sequence + 2, sequence + length, isContinuation);
+    return std::all_of(sequence + 2, sequence + length, isUtf8Continuation);
 }
 
 bool TextStreamChunks::add(const unsigned char *bytes, size_t size)

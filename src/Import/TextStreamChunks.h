@@ -12,6 +12,12 @@
 
 namespace Vardune::Qel {
 
+// A byte that continues a UTF-8 sequence.
+inline bool isUtf8Continuation(unsigned char c)
+{
+    return c >= 0x80 && c <= 0xBF;
+}
+
 class TextStreamChunks
 {
 public:

@@ -32,10 +32,8 @@ int clipLargePolygon(int count, const Vector2f *points, bool reversed, int *corn
     ringBuffer.resize(count);
     EarVertex *ring = ringBuffer.data();
     for (int k = 0; k < count; ++k) {
-        const int next = k + 1 == count ? 0 : k + 1;
-        const int prev = k == 0 ? count - 1 : k - 1;
-        // Walking a clockwise polygon backwards makes the ring counter-clockwise.
-        ring[k] = { reversed ? prev : next, reversed ? next : prev, 0.0f, 0.0f, true, false };
+        const RingNeighbours neighbours = ringNeighbours(k, count, reversed);
+        ring[k] = { neighbours.next, neighbours.prev, 0.0f, 0.0f, true, false };
     }
     CornerTree *tree = treeBuffer.build(count, points) ? &treeBuffer : nullptr;
     ears.reset(count);

@@ -74,6 +74,21 @@ inline int writeTriangle(int *corners, int written, int a, int b, int c)
     return written + 3;
 }
 
+// The corners after and before corner k in walking order, which runs counter-clockwise in the
+// plane: walking a clockwise polygon backwards makes the ring counter-clockwise.
+struct RingNeighbours
+{
+    int next;
+    int prev;
+};
+
+inline RingNeighbours ringNeighbours(int k, int count, bool reversed)
+{
+    const int following = k + 1 == count ? 0 : k + 1;
+    const int preceding = k == 0 ? count - 1 : k - 1;
+    return reversed ? RingNeighbours { preceding, following } : RingNeighbours { following, preceding };
+}
+
 // Polygons below this many corners are clipped by ClipSmallPolygon, larger ones with a priority
 // queue and a k-d tree: below it, scanning every corner, both to choose the ear and to test it,
 // is faster than keeping the queue and the tree.

@@ -22,7 +22,7 @@ namespace Vardune::Qel {
 namespace {
 
 using CornerSet = uint64_t;
-static_assert(kSmallPolygonCorners <= 64, "a small polygon's corners are the bits of one word");
+static_assert(kSmallPolygonCorners <= 64, "a small polygon's corners, fewer than kSmallPolygonCorners, are bits of one word");
 
 constexpr int kStackTableCorners = 16;
 
@@ -43,14 +43,12 @@ public:
         : _count(count)
         , _points(points)
         , _directions(directions)
-        , _active(count == 64 ? ~CornerSet(0) : cornerBit(count) - 1)
+        , _active(cornerBit(count) - 1)
     {
         for (int k = 0; k < count; ++k) {
-            const int next = k + 1 == count ? 0 : k + 1;
-            const int prev = k == 0 ? count - 1 : k - 1;
-            // Walking a clockwise polygon backwards makes the ring counter-clockwise.
-            _next[k] = reversed ? prev : next;
-            _prev[k] = reversed ? next : prev;
+            const RingNeighbours neighbours = ringNeighbours(k, count, reversed);
+            _next[k] = neighbours.next;
+            _prev[k] = neighbours.prev;
         }
         for (int k = 0; k < count; ++k)
             update(k);

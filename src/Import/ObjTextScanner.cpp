@@ -165,8 +165,6 @@ public:
             return;
         unsigned char highBits = 0;
         const char *keywordEnd = wordEnd(keyword, end, highBits);
-        if (highBits & 0x80)
-            return readDecodedLine(begin, end, terminated);
         switch (keywordOf(keyword, keywordEnd)) {
         case Keyword::Vertex:
             return scanValues(ObjLineType::Vertex, 3, keywordEnd, begin, end, terminated);
@@ -179,6 +177,9 @@ public:
         case Keyword::Name:
             return readDecodedLine(begin, end, terminated);
         case Keyword::Other:
+            // A first word that is not ASCII is never a keyword as bytes; decoded it may be one.
+            if (highBits & 0x80)
+                return readDecodedLine(begin, end, terminated);
             return;
         }
     }

@@ -8,6 +8,7 @@
 #include <QTest>
 
 #include <algorithm>
+#include <array>
 #include <cmath>
 #include <cstring>
 #include <limits>
@@ -93,6 +94,8 @@ private slots:
     void findsDegenerateTriangle();
     void inlineLengthIsTheLibrarysHypot();
     void faceListMatchesOneCallPerFace();
+    void smallFaceWindingsMatchOneByOne_data();
+    void smallFaceWindingsMatchOneByOne();
 };
 
 void TestTriangulation::initTestCase()
@@ -458,6 +461,98 @@ void TestTriangulation::faceListMatchesOneCallPerFace()
     QCOMPARE(capture.texts(QtWarningMsg), expectedWarnings);
     QCOMPARE(actualCount, expectedCount);
     QCOMPARE(actual, expected);
+}
+
+// The windings of four faces at once, most of them settled by bounds on the rounding instead of
+// the normalisations, agree with the one-face steps on faces that straddle those bounds: far
+// from the origin, where the Newell sum loses the face's normal to rounding, thin, tiny and
+// thin, beyond the range of float squares, bent or crossed. Offsets, sizes and widths are spread
+// evenly on a log scale; every row has faces that rounding turns clockwise.
+void TestTriangulation::smallFaceWindingsMatchOneByOne_data()
+{
+    QTest::addColumn<int>("count");
+    QTest::addColumn<double>("largestOffset"); // of the first corner from the origin, 10^[0, this]
+    QTest::addColumn<double>("smallestSize"); // of the face, 10^[this, largestSize]
+    QTest::addColumn<double>("largestSize");
+    QTest::addColumn<double>("smallestWidth"); // across the face relative to its length, 10^[this, 0]
+    QTest::addColumn<bool>("bent"); // a quadrilateral's fourth corner lifted off, or swapped
+
+    for (const int count : { 3, 4 }) {
+        const QByteArray kind = count == 3 ? "triangles " : "quadrilaterals ";
+        QTest::newRow(kind + "far from the origin") << count << 7.0 << 0.0 << 0.0 << 0.0 << false;
+        QTest::newRow(kind + "thin") << count << 3.0 << 0.0 << 0.0 << -9.0 << false;
+        QTest::newRow(kind + "large and thin") << count << 0.0 << 1.0 << 5.0 << -9.0 << false;
+        QTest::newRow(kind + "tiny and thin") << count << 2.0 << -6.0 << 0.0 << -6.0 << false;
+    }
+    QTest::newRow("triangles beyond the squares of floats") << 3 << 25.0 << 0.0 << 20.0 << -3.0 << false;
+    QTest::newRow("quadrilaterals bent or crossed") << 4 << 4.0 << -3.0 << 3.0 << -3.0 << true;
+}
+
+void TestTriangulation::smallFaceWindingsMatchOneByOne()
+{
+    QFETCH(int, count);
+    QFETCH(double, largestOffset);
+    QFETCH(double, smallestSize);
+    QFETCH(double, largestSize);
+    QFETCH(double, smallestWidth);
+    QFETCH(bool, bent);
+
+    constexpr int kFaces = 40000;
+    std::mt19937 random(uint32_t(count * 1000 + int(largestOffset * 10 - smallestSize + largestSize - smallestWidth)));
+    std::uniform_real_distribution<double> unit(-1.0, 1.0);
+    const auto powerOfTen = [&random](double from, double to) {
+        return std::pow(10.0, std::uniform_real_distribution<double>(from, to)(random));
+    };
+    const auto direction = [&] {
+        const double x = unit(random), y = unit(random), z = unit(random);
+        const double length = std::sqrt(x * x + y * y + z * z) + 1e-9;
+        return std::array<double, 3> { x / length, y / length, z / length };
+    };
+    QList<float> positions;
+    double offset = 0, size = 0, width = 0;
+    for (int f = 0; f < kFaces; ++f) {
+        // The four faces measured together are alike, so that such groups meet every bound.
+        if (f % kWindingLanes == 0) {
+            offset = powerOfTen(0.0, largestOffset);
+            size = powerOfTen(smallestSize, largestSize);
+            width = powerOfTen(smallestWidth, 0.0);
+        }
+        const std::array<double, 3> origin { offset * unit(random), offset * unit(random), offset * unit(random) };
+        const std::array<double, 3> along = direction();
+        const std::array<double, 3> across = direction();
+        const std::array<double, 3> off = direction();
+        // Corners along the face's length and across it, then lifted off its plane.
+        double shape[4][3] = { { 0, 0, 0 }, { 1, 0.2 * unit(random), 0 }, { 1 + 0.3 * unit(random), 1, 0 },
+            { 0.3 * unit(random), 1, 0 } };
+        if (count == 3)
+            shape[2][0] = unit(random);
+        if (bent && f % 2 == 0)
+            shape[3][2] = 2 * unit(random);
+        if (bent && f % 2 == 1)
+            std::swap(shape[1], shape[2]);
+        for (int k = 0; k < count; ++k) {
+            for (int c = 0; c < 3; ++c) {
+                positions << float(origin[c]
+                    + size * (shape[k][0] * along[c] + width * shape[k][1] * across[c] + width * shape[k][2] * off[c]));
+            }
+        }
+    }
+
+    for (int f = 0; f < kFaces; f += kWindingLanes) {
+        int corners[kWindingLanes][4];
+        const int *faces[kWindingLanes];
+        int expected = 0;
+        for (int lane = 0; lane < kWindingLanes; ++lane) {
+            for (int k = 0; k < count; ++k)
+                corners[lane][k] = (f + lane) * count + k;
+            faces[lane] = corners[lane];
+            Vector2f points[4];
+            ProjectPolygonToPlane(ComputePolygonNormal(count, faces[lane], positions.constData()), count,
+                faces[lane], positions.constData(), points);
+            expected |= PolygonRunsClockwise(count, points) ? 1 << lane : 0;
+        }
+        QCOMPARE(SmallFacesRunClockwise(count, faces, positions.constData()), expected);
+    }
 }
 
 QTEST_GUILESS_MAIN(TestTriangulation)

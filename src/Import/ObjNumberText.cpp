@@ -37,12 +37,22 @@ bool isDigit(char c)
     return static_cast<unsigned char>(c - '0') < 10;
 }
 
+// Where a text ends: at `end` (Bounded), or at a line end that the byte at `end` holds, which
+// no test below accepts, so that the loops need no test of the position.
+template<bool Bounded>
+bool before(const char *p, const char *end)
+{
+    return !Bounded || p != end;
+}
+
 // Accumulates the digits from p on into `mantissa` (wrapping past 2^64); returns where they end.
-// Eight digits a block while eight bytes remain, so that only the digit test stays in the loop.
+// Eight digits a block while eight bytes remain (or always, up to a line end), so that only the
+// digit test stays in the loop.
+template<bool Bounded>
 const char *readDigits(const char *p, const char *end, uint64_t &mantissa)
 {
     constexpr ptrdiff_t kBlock = 8;
-    for (; end - p >= kBlock; p += kBlock) {
+    for (; !Bounded || end - p >= kBlock; p += kBlock) {
         for (ptrdiff_t k = 0; k < kBlock; ++k) {
             if (!isDigit(p[k]))
                 return p + k;
@@ -89,21 +99,22 @@ bool settlesFloat(double value)
 // the double that QLocale's conversion gives for exactly its bytes; returns where it ends, or
 // nullptr when the bytes start with anything else or the value is outside the double range,
 // which the caller leaves to Qt.
+template<bool Bounded>
 const char *leadingPlainDecimal(const char *begin, const char *end, double &result)
 {
     const char *p = begin;
-    const bool negative = p != end && *p == '-';
-    if (p != end && (*p == '-' || *p == '+'))
+    const bool negative = before<Bounded>(p, end) && *p == '-';
+    if (before<Bounded>(p, end) && (*p == '-' || *p == '+'))
         ++p;
     const char *numberStart = p;
 
     uint64_t mantissa = 0;
-    const char *integerEnd = readDigits(p, end, mantissa);
+    const char *integerEnd = readDigits<Bounded>(p, end, mantissa);
     ptrdiff_t digits = integerEnd - p;
     ptrdiff_t exponent = 0;
     p = integerEnd;
-    if (p != end && *p == '.') {
-        const char *fractionEnd = readDigits(p + 1, end, mantissa);
+    if (before<Bounded>(p, end) && *p == '.') {
+        const char *fractionEnd = readDigits<Bounded>(p + 1, end, mantissa);
         exponent = -(fractionEnd - (p + 1));
         digits -= exponent;
         p = fractionEnd;
@@ -112,15 +123,15 @@ const char *leadingPlainDecimal(const char *begin, const char *end, double &resu
         return nullptr;
     // Only a long digit string can have wrapped the mantissa.
     const bool fitsMantissa = digits <= kMantissaDigits || significantDigitCount(numberStart, p) <= kMantissaDigits;
-    if (p != end && (*p == 'e' || *p == 'E')) {
+    if (before<Bounded>(p, end) && (*p == 'e' || *p == 'E')) {
         ++p;
-        const bool negativeExponent = p != end && *p == '-';
-        if (p != end && (*p == '-' || *p == '+'))
+        const bool negativeExponent = before<Bounded>(p, end) && *p == '-';
+        if (before<Bounded>(p, end) && (*p == '-' || *p == '+'))
             ++p;
-        if (p == end || !isDigit(*p))
+        if (!before<Bounded>(p, end) || !isDigit(*p))
             return nullptr;
         int value = 0;
-        for (; p != end && isDigit(*p); ++p)
+        for (; before<Bounded>(p, end) && isDigit(*p); ++p)
             value = value < 100000 ? value * 10 + (*p - '0') : value;
         exponent += negativeExponent ? -value : value;
     }
@@ -153,15 +164,26 @@ float narrowAsQt(double value)
     return float(value);
 }
 
+template<bool Bounded>
+const char *leadingPlainFloat(const char *begin, const char *end, float &value)
+{
+    double number = 0;
+    const char *stop = leadingPlainDecimal<Bounded>(begin, end, number);
+    if (stop)
+        value = narrowAsQt(number);
+    return stop;
+}
+
 } // namespace
 
 const char *readLeadingPlainFloat(const char *begin, const char *end, float &value)
 {
-    double number = 0;
-    const char *stop = leadingPlainDecimal(begin, end, number);
-    if (stop)
-        value = narrowAsQt(number);
-    return stop;
+    return leadingPlainFloat<true>(begin, end, value);
+}
+
+const char *readLeadingPlainFloatInLine(const char *begin, const char *end, float &value)
+{
+    return leadingPlainFloat<false>(begin, end, value);
 }
 
 float objTextToFloat(const char *begin, const char *end)

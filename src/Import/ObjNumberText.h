@@ -16,6 +16,9 @@ float objTextToFloat(const char *begin, const char *end);
 // its bytes; returns where it ends, or nullptr (value untouched) when the bytes start with
 // anything else or need Qt's conversion.
 const char *readLeadingPlainFloat(const char *begin, const char *end, float &value);
+// readLeadingPlainFloat for text whose line ends at `end` with a '\n' that the caller's buffer
+// holds there: the digit loops stop at it without testing the position.
+const char *readLeadingPlainFloatInLine(const char *begin, const char *end, float &value);
 // False when the word is not a 32-bit integer.
 bool objTextToInt(const char *begin, const char *end, qint32 &value);
 

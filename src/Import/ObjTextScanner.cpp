@@ -37,9 +37,10 @@ bool isSpace(char c)
     return c == ' ' || c == '\t' || c == '\v' || c == '\f';
 }
 
-const char *skipSpace(const char *p, const char *end)
+// Stops at the '\n' that the buffer holds at the end of every line, if not before.
+const char *skipSpace(const char *p)
 {
-    while (p != end && isSpace(*p))
+    while (isSpace(*p))
         ++p;
     return p;
 }
@@ -156,11 +157,12 @@ public:
         , _gatherer(mesh)
     { }
 
-    // One line without its '\n'; `terminated` tells whether a '\n' follows at `end`.
+    // One line without its '\n'. The byte at `end` is a '\n' all the same: the line's own when
+    // `terminated`, else the one the buffer keeps after the text.
     void scanLine(const char *begin, const char *end, bool terminated)
     {
         ++_lineNumber;
-        const char *keyword = skipSpace(begin, end);
+        const char *keyword = skipSpace(begin);
         if (keyword == end || *keyword == '#')
             return;
         unsigned char highBits = 0;
@@ -193,7 +195,7 @@ public:
     // cuts a sequence short: a word that ends there, not one that fills a block.)
     static bool passesOver(const char *begin, const char *end)
     {
-        const char *keyword = skipSpace(begin, end);
+        const char *keyword = skipSpace(begin);
         if (keyword == end)
             return false;
         if (*keyword == '#')
@@ -209,11 +211,11 @@ private:
     {
         float values[3] = { 0.0f, 0.0f, 0.0f };
         for (int i = 0; i < count; ++i) {
-            p = skipSpace(p, end);
+            p = skipSpace(p);
             if (p == end)
                 break;
             // Most words are plain decimals, read without a separate search for their end.
-            const char *stop = readLeadingPlainFloat(p, end, values[i]);
+            const char *stop = readLeadingPlainFloatInLine(p, end, values[i]);
             if (stop && (stop == end || isSpace(*stop))) {
                 p = stop;
                 continue;
@@ -233,7 +235,7 @@ private:
         const size_t firstCorner = _gatherer.cornerTotal();
         const ObjLineCounts counts = _gatherer.counts();
         for (;;) {
-            p = skipSpace(p, end);
+            p = skipSpace(p);
             if (p == end || *p == '#')
                 break;
             qint32 numbers[3] = { 0, 0, 0 };
@@ -266,18 +268,13 @@ private:
     {
         constexpr ptrdiff_t kMostDigits = 9; // below 2^31
         for (int field = 0;; ++field) {
-            const bool negative = p != end && *p == '-';
+            const bool negative = *p == '-';
             p += negative ? 1 : 0;
             const char *digits = p;
             qint32 value = 0;
-            if (end - p > kMostDigits) {
-                // Room for every digit a field may have and the byte after: only the digit test.
-                for (ptrdiff_t k = 0; k < kMostDigits && static_cast<unsigned char>(*p - '0') < 10; ++k)
-                    value = value * 10 + (*p++ - '0');
-            } else {
-                for (; p != end && static_cast<unsigned char>(*p - '0') < 10 && p - digits < kMostDigits; ++p)
-                    value = value * 10 + (*p - '0');
-            }
+            // The line's '\n' ends the digits: only the digit test.
+            for (ptrdiff_t k = 0; k < kMostDigits && static_cast<unsigned char>(*p - '0') < 10; ++k)
+                value = value * 10 + (*p++ - '0');
             if (p == digits && (field == 0 || negative))
                 return nullptr;
             numbers[field] = negative ? -value : value;
@@ -374,7 +371,10 @@ void scanObjFile(QFile &file, const QString &directory, ObjMesh &mesh)
     const bool textMode = file.isTextModeEnabled();
     file.setTextModeEnabled(false);
     // Growth by realloc: a large block is remapped, not copied.
-    QByteArray buffer(qsizetype(kBlockBytes), Qt::Uninitialized);
+    // One byte more than the text it holds: a '\n' after the last line, at which every digit
+    // loop stops, so that none tests where the line ends.
+    QByteArray buffer(qsizetype(kBlockBytes) + 1, Qt::Uninitialized);
+    const auto room = [&buffer] { return size_t(buffer.size()) - 1; };
     size_t filled = 0;
     size_t start = 0;
     size_t searched = 0; // bytes after `start` known to hold no line end
@@ -385,16 +385,16 @@ void scanObjFile(QFile &file, const QString &directory, ObjMesh &mesh)
     CarriageReturns returns;
     LineScanner scanner(directory, mesh);
     while (!atEnd) {
-        if (filled == size_t(buffer.size())) {
+        if (filled == room()) {
             // One line longer than the buffer: dropped as it comes when the scanner passes it
             // over, else kept whole in a buffer that grows in place where it can.
             passingOver = passingOver || LineScanner::passesOver(buffer.data(), buffer.data() + filled);
             if (passingOver)
                 filled = searched = 0;
             else
-                buffer.resize(qsizetype(2 * filled));
+                buffer.resize(qsizetype(2 * filled + 1));
         }
-        const qint64 read = file.read(buffer.data() + filled, qint64(size_t(buffer.size()) - filled));
+        const qint64 read = file.read(buffer.data() + filled, qint64(room() - filled));
         atEnd = read <= 0;
         if (!(atEnd ? chunks.finish()
                     : chunks.add(reinterpret_cast<const unsigned char *>(buffer.constData() + filled), size_t(read))))
@@ -413,6 +413,7 @@ void scanObjFile(QFile &file, const QString &directory, ObjMesh &mesh)
         if (returns.splitSequence)
             return readThroughTextStream(file, textMode, directory, mesh);
 
+        buffer.data()[filled] = '\n';
         const char *text = buffer.constData();
         for (;;) {
             const size_t from = start + searched;

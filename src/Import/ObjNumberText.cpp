@@ -157,6 +157,10 @@ const char *leadingPlainDecimal(const char *begin, const char *end, double &resu
 // Qt's narrowing of a parsed double to float.
 float narrowAsQt(double value)
 {
+    // A float below the largest and not zero is the double's own rounding.
+    const float narrowed = float(value);
+    if (std::fabs(narrowed) < std::numeric_limits<float>::max() && narrowed != 0)
+        return narrowed;
     if (std::fabs(value) > double(std::numeric_limits<float>::max()))
         return value < 0 ? -std::numeric_limits<float>::infinity() : std::numeric_limits<float>::infinity();
     if (value != 0 && float(value) == 0)

@@ -270,12 +270,17 @@ private:
         for (int field = 0;; ++field) {
             const bool negative = *p == '-';
             p += negative ? 1 : 0;
-            const char *digits = p;
+            // The line's '\n' ends the digits: only the digit test, at fixed offsets.
             qint32 value = 0;
-            // The line's '\n' ends the digits: only the digit test.
-            for (ptrdiff_t k = 0; k < kMostDigits && static_cast<unsigned char>(*p - '0') < 10; ++k)
-                value = value * 10 + (*p++ - '0');
-            if (p == digits && (field == 0 || negative))
+            ptrdiff_t digits = 0;
+            for (; digits < kMostDigits; ++digits) {
+                const auto digit = static_cast<unsigned char>(p[digits] - '0');
+                if (digit >= 10)
+                    break;
+                value = value * 10 + digit;
+            }
+            p += digits;
+            if (digits == 0 && (field == 0 || negative))
                 return nullptr;
             numbers[field] = negative ? -value : value;
             if (p == end || isSpace(*p))

@@ -132,7 +132,8 @@ constexpr ptrdiff_t kLongestKeyword = 6;
 // The lines the scanner reads, by their first word, when that word is ASCII (a word with other
 // bytes is decoded first: a sequence cut short by the end of the text decodes to nothing).
 // "usemtl" and "mtllib" lines are read by name.
-Keyword keywordOf(const char *keyword, const char *keywordEnd)
+// Inlined into the line loop, where nearly every line takes one of the first tests.
+Q_ALWAYS_INLINE Keyword keywordOf(const char *keyword, const char *keywordEnd)
 {
     const ptrdiff_t length = keywordEnd - keyword;
     if (length == 1 && keyword[0] == 'v')
@@ -158,8 +159,8 @@ public:
     { }
 
     // One line without its '\n'. The byte at `end` is a '\n' all the same: the line's own when
-    // `terminated`, else the one the buffer keeps after the text.
-    void scanLine(const char *begin, const char *end, bool terminated)
+    // `terminated`, else the one the buffer keeps after the text. Inlined into the line loop.
+    Q_ALWAYS_INLINE void scanLine(const char *begin, const char *end, bool terminated)
     {
         ++_lineNumber;
         const char *keyword = skipSpace(begin);

@@ -42,6 +42,23 @@ size_t keptCornerTotal(const ObjMesh &mesh, const std::vector<quint8> &kept)
     return total;
 }
 
+// Whether `value` is one of the indices: comparisons of a block without an early exit, which
+// vectorise, before the next block.
+bool containsIndex(const PodArray<quint32> &indices, quint32 value)
+{
+    constexpr size_t kBlock = 4096;
+    const quint32 *data = indices.data();
+    for (size_t start = 0; start < indices.size(); start += kBlock) {
+        const size_t end = std::min(indices.size(), start + kBlock);
+        quint32 found = 0;
+        for (size_t k = start; k < end; ++k)
+            found |= data[k] == value ? 1u : 0u;
+        if (found)
+            return true;
+    }
+    return false;
+}
+
 bool keepsEveryFace(const std::vector<quint8> &kept)
 {
     return std::find(kept.begin(), kept.end(), quint8(0)) == kept.end();
@@ -85,7 +102,7 @@ void feedAttribute(const AttributeSource &source, const ObjMesh &mesh, const std
 {
     const auto defaultIndex = static_cast<quint32>(source.values->size() / source.components);
     PodArray<quint32> &gathered = *source.indices;
-    const bool usesDefault = std::find(gathered.begin(), gathered.end(), ObjCorner::kNoIndex) != gathered.end();
+    const bool usesDefault = containsIndex(gathered, ObjCorner::kNoIndex);
     PodArray<quint32> selected;
     PodArray<quint32> &indices = usesDefault || !everyFaceKept ? selected : gathered;
     if (&indices == &selected) {
@@ -100,7 +117,7 @@ void feedAttribute(const AttributeSource &source, const ObjMesh &mesh, const std
         }
     }
     // Only kept faces count: a default value that only skipped faces wanted is left out.
-    if (usesDefault && std::find(indices.begin(), indices.end(), defaultIndex) != indices.end()) {
+    if (usesDefault && containsIndex(indices, defaultIndex)) {
         const float zeros[3] = { 0.0f, 0.0f, 0.0f };
         source.values->append(zeros, size_t(source.components));
     }

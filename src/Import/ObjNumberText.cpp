@@ -32,9 +32,15 @@ constexpr uint64_t kLargestExactMantissa = uint64_t(1) << 53;
 constexpr int kMantissaDigits = 19; // below 2^64
 constexpr int kIntegerDigits = 18; // below 2^63
 
+// The value of a digit character, or 10 or more for any other byte.
+unsigned digitValue(char c)
+{
+    return static_cast<unsigned char>(c - '0');
+}
+
 bool isDigit(char c)
 {
-    return static_cast<unsigned char>(c - '0') < 10;
+    return digitValue(c) < 10;
 }
 
 // Where a text ends: at `end` (Bounded), or at a line end that the byte at `end` holds, which
@@ -54,13 +60,14 @@ const char *readDigits(const char *p, const char *end, uint64_t &mantissa)
     constexpr ptrdiff_t kBlock = 8;
     for (; !Bounded || end - p >= kBlock; p += kBlock) {
         for (ptrdiff_t k = 0; k < kBlock; ++k) {
-            if (!isDigit(p[k]))
+            const unsigned digit = digitValue(p[k]);
+            if (digit >= 10)
                 return p + k;
-            mantissa = mantissa * 10 + uint64_t(p[k] - '0');
+            mantissa = mantissa * 10 + digit;
         }
     }
     for (; p != end && isDigit(*p); ++p)
-        mantissa = mantissa * 10 + uint64_t(*p - '0');
+        mantissa = mantissa * 10 + digitValue(*p);
     return p;
 }
 

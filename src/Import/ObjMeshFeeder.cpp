@@ -3,6 +3,7 @@
 
 #include "ObjMeshFeeder.h"
 
+#include "BlockSearch.h"
 #include "GLTypes.h"
 #include "ModelBuilder.h"
 #include "ObjModelNames.h"
@@ -42,21 +43,10 @@ size_t keptCornerTotal(const ObjMesh &mesh, const std::vector<quint8> &kept)
     return total;
 }
 
-// Whether `value` is one of the indices: comparisons of a block without an early exit, which
-// vectorise, before the next block.
 bool containsIndex(const PodArray<quint32> &indices, quint32 value)
 {
-    constexpr size_t kBlock = 4096;
-    const quint32 *data = indices.data();
-    for (size_t start = 0; start < indices.size(); start += kBlock) {
-        const size_t end = std::min(indices.size(), start + kBlock);
-        quint32 found = 0;
-        for (size_t k = start; k < end; ++k)
-            found |= data[k] == value ? 1u : 0u;
-        if (found)
-            return true;
-    }
-    return false;
+    return firstMatch(indices.data(), indices.size(), [value](quint32 index) { return index == value; })
+        != indices.size();
 }
 
 bool keepsEveryFace(const std::vector<quint8> &kept)

@@ -170,9 +170,9 @@ float narrowAsQt(double value)
         return narrowed;
     if (std::fabs(value) > double(std::numeric_limits<float>::max()))
         return value < 0 ? -std::numeric_limits<float>::infinity() : std::numeric_limits<float>::infinity();
-    if (value != 0 && float(value) == 0)
+    if (value != 0 && narrowed == 0)
         return 0.0f;
-    return float(value);
+    return narrowed;
 }
 
 template<bool Bounded>

@@ -6,10 +6,10 @@
 // arithmetic of the stages, so that no sequence of public calls can make upload() read or
 // write out of bounds.
 
+#include "BlockSearch.h"
 #include "GLTypes.h"
 #include "ModelBuilder.h"
 
-#include <algorithm>
 #include <climits>
 #include <limits>
 
@@ -24,24 +24,13 @@ quint64 triangleIndexCount(unsigned int cornerCount)
     return cornerCount >= 3 ? 3 * (quint64(cornerCount) - 2) : 0;
 }
 
-// The position of the first value at or above `limit`, or `count` when there is none: whether a
-// block holds one, without an early exit, which vectorises (as comparisons: SSE2 has no unsigned
-// maximum), and a search only in a block that does.
+// The position of the first value at or above `limit`, or `count` when there is none.
 size_t firstAtOrAbove(const unsigned int *values, size_t count, quint64 limit)
 {
     if (limit > std::numeric_limits<unsigned int>::max())
         return count;
     const auto bound = static_cast<unsigned int>(limit);
-    constexpr size_t kBlock = 4096;
-    for (size_t start = 0; start < count; start += kBlock) {
-        const size_t end = std::min(count, start + kBlock);
-        unsigned int outside = 0;
-        for (size_t k = start; k < end; ++k)
-            outside |= values[k] >= bound ? 1u : 0u;
-        if (outside)
-            return size_t(std::find_if(values + start, values + end, [bound](unsigned int v) { return v >= bound; }) - values);
-    }
-    return count;
+    return firstMatch(values, count, [bound](unsigned int v) { return v >= bound; });
 }
 
 } // namespace

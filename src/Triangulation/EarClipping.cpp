@@ -87,8 +87,13 @@ int TriangulatePolygon2D(int count, const Vector2f *points, bool reversed, int *
     const int written = count < kSmallPolygonCorners ? ClipSmallPolygon(count, points, reversed, corners)
                                                      : clipLargePolygon(count, points, reversed, corners);
     if (written == 0)
-        QMessageLogger(nullptr, 0, nullptr).warning("Unable to triangulate polygon.");
+        WarnNoEarLeft();
     return written;
+}
+
+void WarnNoEarLeft()
+{
+    QMessageLogger(nullptr, 0, nullptr).warning("Unable to triangulate polygon.");
 }
 
 } // namespace Vardune::Qel

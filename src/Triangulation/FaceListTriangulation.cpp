@@ -1,9 +1,11 @@
 // A list of faces triangulated one after another, as one TriangulatePolygon3D call per face would.
 //
 // Triangles and quadrilaterals, nearly every face of a mesh, are cut by fixed patterns once their
-// winding is known, so the faces are taken in chunks: first the windings of the chunk's triangles
-// and of its quadrilaterals, four of a kind at a time (SmallFacesRunClockwise), then every face's
-// triangles in face order, the larger polygons cut there by the one-face code.
+// winding is known, and polygons of up to kBatchedPolygonCorners corners need the same steps
+// before their ear clipping; the steps run four faces of one count at a time. So the faces are
+// taken in chunks: first the windings of the chunk's triangles and quadrilaterals
+// (SmallFacesRunClockwise) and the cuts of its small polygons (CutSmallPolygons), then every
+// face's triangles in face order, the larger polygons cut there by the one-face code.
 
 #include "PolygonTriangulation.h"
 
@@ -16,46 +18,75 @@ namespace {
 
 constexpr size_t kChunkFaces = 256;
 
-// Faces of one corner count waiting for their winding.
-class WindingBatch
+// The faces of one chunk waiting for a lane-parallel step, by corner count: windings for
+// triangles and quadrilaterals, whole cuts for the small polygons. A step takes four faces of one
+// count; a lane left over repeats the count's last face.
+class ChunkBatches
 {
 public:
-    WindingBatch(int count, const float *positions, uint8_t *clockwise)
-        : _count(count)
-        , _positions(positions)
+    ChunkBatches(const float *positions, uint8_t *clockwise, PolygonCut *cuts)
+        : _positions(positions)
         , _clockwise(clockwise)
+        , _cuts(cuts)
     { }
 
-    // Face corners of the chunk's face `slot`; its winding lands in clockwise[slot].
-    void add(const int *corners, size_t slot)
+    static bool takes(int count) { return count >= 3 && count <= kBatchedPolygonCorners; }
+
+    // Face corners of the chunk's face `slot`, of a count that takes() accepts.
+    void add(int count, const int *corners, size_t slot)
     {
-        _faces[_size] = corners;
-        _slots[_size] = slot;
-        if (++_size == kWindingLanes)
-            measure();
+        Pending &pending = _pending[count];
+        pending.faces[pending.size] = corners;
+        pending.chunkSlots[pending.size] = slot;
+        if (++pending.size == kWindingLanes)
+            run(count);
     }
 
-    // Measures the faces added since the last measure; spare lanes repeat the last face.
-    void measure()
+    void runAll()
     {
-        if (_size == 0)
-            return;
-        for (int lane = _size; lane < kWindingLanes; ++lane)
-            _faces[lane] = _faces[_size - 1];
-        const int clockwise = SmallFacesRunClockwise(_count, _faces, _positions);
-        for (int lane = 0; lane < _size; ++lane)
-            _clockwise[_slots[lane]] = uint8_t((clockwise >> lane) & 1);
-        _size = 0;
+        for (int count = 3; count <= kBatchedPolygonCorners; ++count)
+            run(count);
     }
 
 private:
-    int _count;
+    struct Pending
+    {
+        const int *faces[kWindingLanes] = {};
+        size_t chunkSlots[kWindingLanes] = {};
+        int size = 0;
+    };
+
+    void run(int count)
+    {
+        Pending &pending = _pending[count];
+        if (pending.size == 0)
+            return;
+        for (int lane = pending.size; lane < kWindingLanes; ++lane)
+            pending.faces[lane] = pending.faces[pending.size - 1];
+        if (count <= 4) {
+            const int clockwise = SmallFacesRunClockwise(count, pending.faces, _positions);
+            for (int lane = 0; lane < pending.size; ++lane)
+                _clockwise[pending.chunkSlots[lane]] = uint8_t((clockwise >> lane) & 1);
+        } else {
+            PolygonCut *cuts[kWindingLanes];
+            for (int lane = 0; lane < kWindingLanes; ++lane)
+                cuts[lane] = _cuts + pending.chunkSlots[lane < pending.size ? lane : 0];
+            CutSmallPolygons(count, pending.faces, pending.size, _positions, cuts);
+        }
+        pending.size = 0;
+    }
+
     const float *_positions;
     uint8_t *_clockwise;
-    const int *_faces[kWindingLanes] = {};
-    size_t _slots[kWindingLanes] = {};
-    int _size = 0;
+    PolygonCut *_cuts;
+    Pending _pending[kBatchedPolygonCorners + 1];
 };
+
+void writeVertexNumbers(const int *cornerNumbers, int cornerCount, const int *faceCorners, unsigned int *out)
+{
+    for (int k = 0; k < cornerCount; ++k)
+        out[k] = static_cast<unsigned int>(faceCorners[cornerNumbers[k]]);
+}
 
 } // namespace
 
@@ -64,21 +95,19 @@ size_t TriangulateFaces(size_t faceCount, const unsigned int *faces, const unsig
 {
     size_t written = 0;
     uint8_t clockwise[kChunkFaces];
+    PolygonCut cuts[kChunkFaces];
     for (size_t first = 0; first < faceCount; first += kChunkFaces) {
         const size_t chunk = std::min(kChunkFaces, faceCount - first);
         const unsigned int *chunkFaces = faces + first;
 
-        WindingBatch triangles(3, positions, clockwise);
-        WindingBatch quadrilaterals(4, positions, clockwise);
+        ChunkBatches batches(positions, clockwise, cuts);
         for (size_t j = 0; j < chunk; ++j) {
             const unsigned int face = chunkFaces[j];
-            if (cornerCounts[face] == 3)
-                triangles.add(corners + faceStarts[face], j);
-            else if (cornerCounts[face] == 4)
-                quadrilaterals.add(corners + faceStarts[face], j);
+            const int count = static_cast<int>(cornerCounts[face]);
+            if (ChunkBatches::takes(count))
+                batches.add(count, corners + faceStarts[face], j);
         }
-        triangles.measure();
-        quadrilaterals.measure();
+        batches.runAll();
 
         for (size_t j = 0; j < chunk; ++j) {
             const unsigned int face = chunkFaces[j];
@@ -88,9 +117,13 @@ size_t TriangulateFaces(size_t faceCount, const unsigned int *faces, const unsig
                 // The fixed patterns read no points and give at most two triangles.
                 int cornerNumbers[3 * 2];
                 const int cornerCount = TriangulatePolygon2D(count, nullptr, clockwise[j] != 0, cornerNumbers);
-                for (int k = 0; k < cornerCount; ++k)
-                    out[written + size_t(k)] = static_cast<unsigned int>(faceCorners[cornerNumbers[k]]);
+                writeVertexNumbers(cornerNumbers, cornerCount, faceCorners, out + written);
                 written += size_t(cornerCount);
+            } else if (ChunkBatches::takes(count)) {
+                if (cuts[j].written == 0)
+                    WarnNoEarLeft();
+                writeVertexNumbers(cuts[j].corners, cuts[j].written, faceCorners, out + written);
+                written += size_t(cuts[j].written);
             } else {
                 written += size_t(TriangulatePolygon3D(count, faceCorners, positions, out + written));
             }

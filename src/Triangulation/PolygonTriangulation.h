@@ -102,6 +102,30 @@ void PolygonDirections(int count, const Vector2f *points, Vector2f *directions);
 // warning: returns 3 × (count − 2), or 0 when no ear is left.
 int ClipSmallPolygon(int count, const Vector2f *points, bool reversed, int *corners);
 
+// ClipSmallPolygon with the polygon's table of PolygonDirections made by the caller.
+int ClipSmallPolygon(int count, const Vector2f *points, bool reversed, const Vector2f *directions, int *corners);
+
+// The warning of TriangulatePolygon2D for a polygon of 5 or more corners that has no ear left.
+void WarnNoEarLeft();
+
+// Polygons of 5 up to this many corners are cut four of a count at a time by CutSmallPolygons.
+constexpr int kBatchedPolygonCorners = 8;
+
+// The triangles of one polygon as corner numbers: `written` entries of `corners`, 0 when no ear
+// was left (the warning is the caller's to give, in face order).
+struct PolygonCut
+{
+    int written;
+    int corners[3 * (kBatchedPolygonCorners - 2)];
+};
+
+// Projection, winding and ClipSmallPolygon of faces[0] to faces[faceCount − 1] (faceCount <= 4),
+// each a polygon of `count` corners (5 <= count <= kBatchedPolygonCorners) listed by vertex
+// number, into cuts[f]: TriangulatePolygon3D's corner numbers, bit for bit. Lanes from faceCount
+// on must still point at a face of `count` corners (a repeated one); they are not cut.
+void CutSmallPolygons(int count, const int *const faces[kWindingLanes], int faceCount, const float *positions,
+    PolygonCut *const cuts[kWindingLanes]);
+
 // Recomputes `cross`, `cosAngle` and `isEar` of ring[i] from its present neighbours. The blocking
 // test looks at every active corner when `tree` is null, else (built over the same points, cut
 // corners removed) only at those it finds near the ear, with the same result.

@@ -22,7 +22,8 @@ namespace Vardune::Qel {
 namespace {
 
 using CornerSet = uint64_t;
-static_assert(kSmallPolygonCorners <= 64, "a small polygon's corners, fewer than kSmallPolygonCorners, are bits of one word");
+static_assert(
+    kSmallPolygonCorners <= 64, "a small polygon's corners, fewer than kSmallPolygonCorners, are bits of one word");
 
 constexpr int kStackTableCorners = 16;
 
@@ -94,7 +95,8 @@ private:
         const Vector2f *directions = _directions;
         const auto unitDifference = [directions, count](int a, int b) { return directions[a * count + b]; };
         const auto anyBlocks = [&](const EarTriangle &ear) {
-            const CornerSet triangle = cornerBit(ear.corners[0]) | cornerBit(ear.corners[1]) | cornerBit(ear.corners[2]);
+            const CornerSet triangle
+                = cornerBit(ear.corners[0]) | cornerBit(ear.corners[1]) | cornerBit(ear.corners[2]);
             for (CornerSet others = _active & ~triangle; others != 0; others &= others - 1) {
                 if (ear.blocks(lowestCorner(others), _points, unitDifference))
                     return true;
@@ -143,7 +145,11 @@ int ClipSmallPolygon(int count, const Vector2f *points, bool reversed, int *corn
         directions = tableBuffer.data();
     }
     PolygonDirections(count, points, directions);
+    return ClipSmallPolygon(count, points, reversed, directions, corners);
+}
 
+int ClipSmallPolygon(int count, const Vector2f *points, bool reversed, const Vector2f *directions, int *corners)
+{
     SmallRing ring(count, points, reversed, directions);
     int written = 0;
     for (int remaining = count; remaining > 3; --remaining) {

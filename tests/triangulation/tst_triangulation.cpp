@@ -1,6 +1,7 @@
 #include "Diagnostics.h"
 #include "FindDegenerateTriangle.h"
 #include "MessageCapture.h"
+#include "PolygonLanes.h"
 #include "PolygonTriangulation.h"
 #include "Triangulate3D.h"
 
@@ -93,6 +94,7 @@ private slots:
     void findsDegenerateTriangle_data();
     void findsDegenerateTriangle();
     void inlineLengthIsTheLibrarysHypot();
+    void laneNormalisationIsTheOneVectorRule();
     void faceListMatchesOneCallPerFace();
     void smallFaceWindingsMatchOneByOne_data();
     void smallFaceWindingsMatchOneByOne();
@@ -307,7 +309,8 @@ void TestTriangulation::randomSimplePolygonsAreCoveredCounterClockwise()
             double sum = 0;
             for (qsizetype t = 1; t < out.size(); t += 3) {
                 const double triangleArea = signedArea(planar[out[t]], planar[out[t + 1]], planar[out[t + 2]]);
-                QVERIFY2((expected < 0 ? -triangleArea : triangleArea) >= -1e-5, qPrintable(QStringLiteral("polygon %1, triangle %2").arg(polygon).arg(t)));
+                QVERIFY2((expected < 0 ? -triangleArea : triangleArea) >= -1e-5,
+                    qPrintable(QStringLiteral("polygon %1, triangle %2").arg(polygon).arg(t)));
                 sum += triangleArea;
             }
             QVERIFY2(std::abs(sum - expected) <= 1e-4 * std::max(1.0, std::abs(area)),
@@ -358,8 +361,8 @@ void TestTriangulation::findsDegenerateTriangle()
     QFETCH(int, expected);
 
     QCOMPARE(FindDegenerateTriangle(count, indices.isEmpty() ? nullptr : indices.constData(),
-                                    positions.isEmpty() ? nullptr : positions.constData(), start),
-             expected);
+                 positions.isEmpty() ? nullptr : positions.constData(), start),
+        expected);
 }
 
 static quint32 bitsOf(float value)
@@ -369,13 +372,19 @@ static quint32 bitsOf(float value)
     return bits;
 }
 
+// The same bits, or both a NaN of any payload.
+static bool sameFloat(float actual, float expected)
+{
+    return std::isnan(expected) ? std::isnan(actual) : bitsOf(actual) == bitsOf(expected);
+}
+
 // The inline lengths must round exactly as std::hypot does, or the chosen ears and windings change.
 void TestTriangulation::inlineLengthIsTheLibrarysHypot()
 {
     const float inf = std::numeric_limits<float>::infinity();
     const float nan = std::numeric_limits<float>::quiet_NaN();
-    QList<float> values { 0.0f, -0.0f, inf, -inf, nan, 1.0f, -1.0f, 3.0f, 4.0f, 1e-45f, 1.2e-38f, 3.4e38f,
-        -3.4e38f, 1e19f, 1e-19f, 0.1f, 0.70710677f };
+    QList<float> values { 0.0f, -0.0f, inf, -inf, nan, 1.0f, -1.0f, 3.0f, 4.0f, 1e-45f, 1.2e-38f, 3.4e38f, -3.4e38f,
+        1e19f, 1e-19f, 0.1f, 0.70710677f };
     std::mt19937 random(7);
     for (int i = 0; i < 20000; ++i) {
         const quint32 bits = random();
@@ -384,23 +393,67 @@ void TestTriangulation::inlineLengthIsTheLibrarysHypot()
         values.append(value);
         values.append(std::uniform_real_distribution<float>(-2.0f, 2.0f)(random));
     }
-    const auto compare = [](float actual, float expected) {
-        return std::isnan(expected) ? std::isnan(actual) : bitsOf(actual) == bitsOf(expected);
-    };
     for (qsizetype i = 0; i < values.size(); ++i) {
         const float z = values[(i * 13 + 5) % values.size()];
         for (const float y : { values[(i * 7 + 1) % values.size()], values[i], 1.0f, nan, inf }) {
-            QVERIFY2(compare(length2D(values[i], y), std::hypot(values[i], y)),
+            QVERIFY2(sameFloat(length2D(values[i], y), std::hypot(values[i], y)),
                 qPrintable(QString::number(values[i]) + " " + QString::number(y)));
-            QVERIFY2(compare(length3D(values[i], y, z), std::hypot(values[i], y, z)),
+            QVERIFY2(sameFloat(length3D(values[i], y, z), std::hypot(values[i], y, z)),
                 qPrintable(QString::number(values[i]) + " " + QString::number(y) + " " + QString::number(z)));
         }
     }
 }
 
-// Faces cut as a list, triangles and quadrilaterals measured four at a time, give the indices and
-// warnings of one call per face: on well-shaped faces, on nearly flat ones far from the origin, and
-// on coordinates of every bit pattern (NaNs, infinities, subnormals).
+// Four 2D vectors normalised in lanes, as the small polygons' direction tables are made, equal
+// normalized() of each to the bit: lengths within the tolerance of 1 (kept) and below it
+// (cleared), subnormal sides, and infinities, beside a NaN too, where the C library's length
+// differs but the direction does not.
+void TestTriangulation::laneNormalisationIsTheOneVectorRule()
+{
+#if defined(QEL_HAS_VECTOR_LANES)
+    const float inf = std::numeric_limits<float>::infinity();
+    const float nan = std::numeric_limits<float>::quiet_NaN();
+    QList<Vector2f> vectors { { 0.0f, -0.0f }, { 1.0f, 1e-40f }, { 1.0000099f, 0.0f }, { 0.6f * 1.000008f, 0.8f },
+        { 0.6f, 0.8f * 0.999991f }, { 1e-5f, 0.0f }, { 1.1e-5f, 0.0f }, { 3e-6f, -4e-6f }, { inf, nan }, { -inf, 1.0f },
+        { 2.0f, inf }, { nan, 0.0f }, { 3.4e38f, 3.4e38f }, { 1e-45f, -1e-45f } };
+    std::mt19937 random(11);
+    std::uniform_real_distribution<float> nearOne(0.99998f, 1.00002f);
+    std::uniform_real_distribution<float> angle(0.0f, 6.2831853f);
+    for (int i = 0; i < 4000; ++i) {
+        const float a = angle(random);
+        const float scale = i % 2 ? nearOne(random) : std::ldexp(1.0f, int(random() % 80) - 40);
+        vectors.append({ scale * std::cos(a), scale * std::sin(a) });
+        const quint32 bits[2] = { quint32(random()), quint32(random()) };
+        Vector2f any;
+        std::memcpy(&any, bits, sizeof any);
+        vectors.append(any);
+    }
+    for (qsizetype first = 0; first + 4 <= vectors.size(); first += 3) { // overlapping groups
+        alignas(16) float xs[4];
+        alignas(16) float ys[4];
+        for (int lane = 0; lane < 4; ++lane) {
+            xs[lane] = vectors[first + lane].x;
+            ys[lane] = vectors[first + lane].y;
+        }
+        __m128 x = _mm_load_ps(xs);
+        __m128 y = _mm_load_ps(ys);
+        Lanes::normalizedCopy(x, y);
+        _mm_store_ps(xs, x);
+        _mm_store_ps(ys, y);
+        for (int lane = 0; lane < 4; ++lane) {
+            const Vector2f expected = normalized(vectors[first + lane]);
+            QVERIFY2(sameFloat(xs[lane], expected.x) && sameFloat(ys[lane], expected.y),
+                qPrintable(QStringLiteral("(%1, %2)").arg(vectors[first + lane].x).arg(vectors[first + lane].y)));
+        }
+    }
+#else
+    QSKIP("No SSE2 lanes on this target");
+#endif
+}
+
+// Faces cut as a list, those of up to eight corners measured and cut four of a count at a time,
+// give the indices and warnings of one call per face: on well-shaped faces, on nearly flat ones
+// far from the origin, and on coordinates of every bit pattern (NaNs, infinities, subnormals).
 void TestTriangulation::faceListMatchesOneCallPerFace()
 {
     std::mt19937 random(20261125);
@@ -430,10 +483,10 @@ void TestTriangulation::faceListMatchesOneCallPerFace()
     QList<unsigned int> cornerCounts;
     QList<unsigned int> faceStarts;
     QList<int> corners;
-    std::uniform_int_distribution<int> countOf(0, 9);
-    for (int f = 0; f < 6000; ++f) {
+    std::uniform_int_distribution<int> countOf(0, 13);
+    for (int f = 0; f < 12000; ++f) {
         const int pick = countOf(random);
-        const unsigned int count = pick < 4 ? 3 : pick < 8 ? 4 : unsigned(pick - 3); // 3, 4, 5 or 6
+        const unsigned int count = pick < 4 ? 3 : pick < 8 ? 4 : unsigned(pick - 3); // 3 to 10
         faceStarts << unsigned(corners.size());
         cornerCounts << count;
         const int kind = int(random() % 4); // the faces' corners all of one kind of vertex
@@ -547,8 +600,8 @@ void TestTriangulation::smallFaceWindingsMatchOneByOne()
                 corners[lane][k] = (f + lane) * count + k;
             faces[lane] = corners[lane];
             Vector2f points[4];
-            ProjectPolygonToPlane(ComputePolygonNormal(count, faces[lane], positions.constData()), count,
-                faces[lane], positions.constData(), points);
+            ProjectPolygonToPlane(ComputePolygonNormal(count, faces[lane], positions.constData()), count, faces[lane],
+                positions.constData(), points);
             expected |= PolygonRunsClockwise(count, points) ? 1 << lane : 0;
         }
         QCOMPARE(SmallFacesRunClockwise(count, faces, positions.constData()), expected);

@@ -8,6 +8,7 @@
 #include <QVector3D>
 
 #include <cstddef>
+#include <cstdint>
 
 namespace Vardune::Qel {
 
@@ -102,8 +103,18 @@ void PolygonDirections(int count, const Vector2f *points, Vector2f *directions);
 // warning: returns 3 × (count − 2), or 0 when no ear is left.
 int ClipSmallPolygon(int count, const Vector2f *points, bool reversed, int *corners);
 
-// ClipSmallPolygon with the polygon's table of PolygonDirections made by the caller.
-int ClipSmallPolygon(int count, const Vector2f *points, bool reversed, const Vector2f *directions, int *corners);
+// The ear test of every corner of a small polygon's first ring: cosAngle[k] the cosine of the
+// angle at corner k, bit k of `ears` set when corner k is an ear.
+struct FirstEars
+{
+    float cosAngle[kSmallPolygonCorners];
+    uint64_t ears;
+};
+
+// ClipSmallPolygon with the polygon's table of PolygonDirections and its first ear tests made by
+// the caller.
+int ClipSmallPolygon(
+    int count, const Vector2f *points, bool reversed, const Vector2f *directions, const FirstEars &first, int *corners);
 
 // The warning of TriangulatePolygon2D for a polygon of 5 or more corners that has no ear left.
 void WarnNoEarLeft();

@@ -40,19 +40,19 @@ int lowestCorner(CornerSet corners)
 class SmallRing
 {
 public:
+    // The ring's first ear tests made here.
     SmallRing(int count, const Vector2f *points, bool reversed, const Vector2f *directions)
-        : _count(count)
-        , _points(points)
-        , _directions(directions)
-        , _active(cornerBit(count) - 1)
+        : SmallRing(count, points, reversed, directions, 0)
     {
-        for (int k = 0; k < count; ++k) {
-            const RingNeighbours neighbours = ringNeighbours(k, count, reversed);
-            _next[k] = neighbours.next;
-            _prev[k] = neighbours.prev;
-        }
         for (int k = 0; k < count; ++k)
             update(k);
+    }
+
+    // The ring's first ear tests given.
+    SmallRing(int count, const Vector2f *points, bool reversed, const Vector2f *directions, const FirstEars &first)
+        : SmallRing(count, points, reversed, directions, first.ears)
+    {
+        std::copy(first.cosAngle, first.cosAngle + count, _cosAngle);
     }
 
     // The first ear in corner order, replaced only by a strictly sharper one; -1 when none.
@@ -89,6 +89,20 @@ public:
     }
 
 private:
+    SmallRing(int count, const Vector2f *points, bool reversed, const Vector2f *directions, CornerSet ears)
+        : _count(count)
+        , _points(points)
+        , _directions(directions)
+        , _active(cornerBit(count) - 1)
+        , _ears(ears)
+    {
+        for (int k = 0; k < count; ++k) {
+            const RingNeighbours neighbours = ringNeighbours(k, count, reversed);
+            _next[k] = neighbours.next;
+            _prev[k] = neighbours.prev;
+        }
+    }
+
     void update(int i)
     {
         const int count = _count;
@@ -112,11 +126,27 @@ private:
     const Vector2f *_points;
     const Vector2f *_directions;
     CornerSet _active;
-    CornerSet _ears = 0; // active corners only
+    CornerSet _ears; // active corners only
     int _next[kSmallPolygonCorners];
     int _prev[kSmallPolygonCorners];
     float _cosAngle[kSmallPolygonCorners];
 };
+
+// Cuts the ring's sharpest ear while more than three corners remain.
+int clipRing(SmallRing &ring, int count, int *corners)
+{
+    int written = 0;
+    for (int remaining = count; remaining > 3; --remaining) {
+        const int ear = ring.sharpestEar();
+        if (ear < 0)
+            return 0;
+        written = writeTriangle(corners, written, ring.prev(ear), ear, ring.next(ear));
+        ring.cut(ear);
+    }
+    // The last three corners form the last triangle whatever their shape.
+    const int last = ring.lowestActive();
+    return writeTriangle(corners, written, ring.prev(last), last, ring.next(last));
+}
 
 } // namespace
 
@@ -145,23 +175,15 @@ int ClipSmallPolygon(int count, const Vector2f *points, bool reversed, int *corn
         directions = tableBuffer.data();
     }
     PolygonDirections(count, points, directions);
-    return ClipSmallPolygon(count, points, reversed, directions, corners);
+    SmallRing ring(count, points, reversed, directions);
+    return clipRing(ring, count, corners);
 }
 
-int ClipSmallPolygon(int count, const Vector2f *points, bool reversed, const Vector2f *directions, int *corners)
+int ClipSmallPolygon(
+    int count, const Vector2f *points, bool reversed, const Vector2f *directions, const FirstEars &first, int *corners)
 {
-    SmallRing ring(count, points, reversed, directions);
-    int written = 0;
-    for (int remaining = count; remaining > 3; --remaining) {
-        const int ear = ring.sharpestEar();
-        if (ear < 0)
-            return 0;
-        written = writeTriangle(corners, written, ring.prev(ear), ear, ring.next(ear));
-        ring.cut(ear);
-    }
-    // The last three corners form the last triangle whatever their shape.
-    const int last = ring.lowestActive();
-    return writeTriangle(corners, written, ring.prev(last), last, ring.next(last));
+    SmallRing ring(count, points, reversed, directions, first);
+    return clipRing(ring, count, corners);
 }
 
 } // namespace Vardune::Qel

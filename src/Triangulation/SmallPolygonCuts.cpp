@@ -1,10 +1,10 @@
 // Polygons of 5 to kBatchedPolygonCorners corners, the n-gons of a mesh, cut four of one corner
 // count at a time. One such face alone is a chain of dependent steps: the normal's
 // normalisation, the frame's two, the projection, then n(n − 1)/2 normalised differences for the
-// ear tests, each a square root and two divisions. Done in lanes (PolygonLanes.h), four faces
-// take about the time of one and give the one-face results to the bit; only the ear clipping
-// itself, which branches on every test, stays one face at a time. Without SSE2 the faces are cut
-// one by one.
+// ear tests, each a square root and two divisions, and the ear test of every corner. Done in
+// lanes (PolygonLanes.h), four faces take about the time of one and give the one-face results to
+// the bit; only the cutting, whose ear tests follow each face's own choices, stays one face at a
+// time. Without SSE2 the faces are cut one by one.
 
 #include "PolygonLanes.h"
 #include "PolygonTriangulation.h"
@@ -19,22 +19,47 @@ namespace {
 
 constexpr int kMostCorners = kBatchedPolygonCorners;
 
-// PolygonDirections of the four lanes' points, into tables[f] (count × count entries each).
-// Half the table is computed and the other half negated, as PolygonDirections does.
-void laneDirections(int count, const __m128 *x, const __m128 *y, Vector2f *const tables[kWindingLanes])
+// Four 2D vectors, one per lane.
+struct Vector2
+{
+    __m128 x;
+    __m128 y;
+};
+
+Vector2 select(__m128 mask, Vector2 whenSet, Vector2 otherwise)
+{
+    return { Lanes::select(mask, whenSet.x, otherwise.x), Lanes::select(mask, whenSet.y, otherwise.y) };
+}
+
+__m128 cross(Vector2 a, Vector2 b)
+{
+    return _mm_sub_ps(_mm_mul_ps(a.x, b.y), _mm_mul_ps(a.y, b.x));
+}
+
+__m128 dot(Vector2 a, Vector2 b)
+{
+    return _mm_add_ps(_mm_mul_ps(a.x, b.x), _mm_mul_ps(a.y, b.y));
+}
+
+// PolygonDirections of the four lanes' points: directions[a * count + b] in lanes, and each
+// lane's table in tables[f]. Half is computed and the other half negated, as PolygonDirections
+// does.
+void laneDirections(int count, const Vector2 *points, Vector2 *directions, Vector2f *const tables[kWindingLanes])
 {
     const __m128 signs = _mm_set1_ps(-0.0f);
     for (int a = 0; a < count; ++a) {
+        directions[a * count + a] = { _mm_setzero_ps(), _mm_setzero_ps() }; // whole rows; never read
         for (int b = a + 1; b < count; ++b) {
-            __m128 unitX = _mm_sub_ps(x[a], x[b]);
-            __m128 unitY = _mm_sub_ps(y[a], y[b]);
-            normalizedCopy(unitX, unitY);
-            const __m128 forward01 = _mm_unpacklo_ps(unitX, unitY); // x0 y0 x1 y1
-            const __m128 forward23 = _mm_unpackhi_ps(unitX, unitY);
-            const __m128 backward01 = _mm_xor_ps(forward01, signs);
-            const __m128 backward23 = _mm_xor_ps(forward23, signs);
+            Vector2 unit { _mm_sub_ps(points[a].x, points[b].x), _mm_sub_ps(points[a].y, points[b].y) };
+            normalizedCopy(unit.x, unit.y);
             const int forward = a * count + b;
             const int backward = b * count + a;
+            directions[forward] = unit;
+            directions[backward] = { _mm_xor_ps(unit.x, signs), _mm_xor_ps(unit.y, signs) };
+            const __m128 forward01 = _mm_unpacklo_ps(unit.x, unit.y); // x0 y0 x1 y1
+            const __m128 forward23 = _mm_unpackhi_ps(unit.x, unit.y);
+            const __m128 backward01 = _mm_xor_ps(forward01, signs);
+            const __m128 backward23 = _mm_xor_ps(forward23, signs);
             _mm_storel_pi(reinterpret_cast<__m64 *>(tables[0] + forward), forward01);
             _mm_storeh_pi(reinterpret_cast<__m64 *>(tables[1] + forward), forward01);
             _mm_storel_pi(reinterpret_cast<__m64 *>(tables[2] + forward), forward23);
@@ -43,6 +68,51 @@ void laneDirections(int count, const __m128 *x, const __m128 *y, Vector2f *const
             _mm_storeh_pi(reinterpret_cast<__m64 *>(tables[1] + backward), backward01);
             _mm_storel_pi(reinterpret_cast<__m64 *>(tables[2] + backward), backward23);
             _mm_storeh_pi(reinterpret_cast<__m64 *>(tables[3] + backward), backward23);
+        }
+    }
+}
+
+__m128 samePoint(Vector2 a, Vector2 b)
+{
+    return _mm_and_ps(_mm_cmpeq_ps(a.x, b.x), _mm_cmpeq_ps(a.y, b.y));
+}
+
+// The ear test of measureEar (EarTest.h) for every corner of the four faces' first rings, where
+// every corner is active. A lane set in `reversed` walks its ring backwards, which swaps the
+// neighbours but keeps the set of a corner's triangle; every test of every corner is made and
+// the answers combined, which gives what the one-face test's early exits give.
+void laneFirstEars(
+    int count, const Vector2 *points, const Vector2 *directions, __m128 reversed, FirstEars *const first[kWindingLanes])
+{
+    const auto direction = [directions, count](int a, int b) { return directions[a * count + b]; };
+    const __m128 zero = _mm_setzero_ps();
+    for (int k = 0; k < count; ++k) {
+        const int after = k + 1 == count ? 0 : k + 1;
+        const int before = k == 0 ? count - 1 : k - 1;
+        const Vector2 toNext = select(reversed, direction(before, k), direction(after, k));
+        const Vector2 toPrev = select(reversed, direction(after, k), direction(before, k));
+        const Vector2 prevToNext = select(reversed, direction(after, before), direction(before, after));
+        const Vector2 kToPrev = select(reversed, direction(k, after), direction(k, before));
+
+        __m128 blocked = zero;
+        for (int other = 0; other < count; ++other) {
+            if (other == k || other == after || other == before)
+                continue;
+            const Vector2 toNextCorner = select(reversed, direction(other, before), direction(other, after));
+            const Vector2 toPrevCorner = select(reversed, direction(other, after), direction(other, before));
+            const __m128 inside = _mm_and_ps(_mm_cmpge_ps(cross(prevToNext, toNextCorner), zero),
+                _mm_and_ps(_mm_cmpge_ps(cross(toNext, direction(other, k)), zero),
+                    _mm_cmpge_ps(cross(kToPrev, toPrevCorner), zero)));
+            const __m128 repeats = _mm_or_ps(samePoint(points[other], points[k]),
+                _mm_or_ps(samePoint(points[other], points[after]), samePoint(points[other], points[before])));
+            blocked = _mm_or_ps(blocked, _mm_andnot_ps(repeats, inside));
+        }
+        const int ears = _mm_movemask_ps(_mm_andnot_ps(blocked, _mm_cmpgt_ps(cross(toNext, toPrev), zero)));
+        alignas(16) float cosAngle[kWindingLanes];
+        _mm_store_ps(cosAngle, dot(toNext, toPrev));
+        for (int f = 0; f < kWindingLanes; ++f) {
+            first[f]->cosAngle[k] = cosAngle[f];
+            first[f]->ears |= uint64_t((ears >> f) & 1) << k;
         }
     }
 }
@@ -58,10 +128,23 @@ void CutSmallPolygons(int count, const int *const faces[kWindingLanes], int face
     __m128 y[kMostCorners];
     projectToPlane(normalizedInPlace(newellSum(count, p)), count, p, x, y);
     const int clockwise = runClockwise(count, x, y);
+    Vector2 points[kMostCorners];
+    for (int k = 0; k < count; ++k)
+        points[k] = { x[k], y[k] };
 
+    Vector2 directions[kMostCorners * kMostCorners];
     Vector2f tableStore[kWindingLanes][kMostCorners * kMostCorners];
     Vector2f *const tables[kWindingLanes] = { tableStore[0], tableStore[1], tableStore[2], tableStore[3] };
-    laneDirections(count, x, y, tables);
+    laneDirections(count, points, directions, tables);
+
+    const __m128i laneBits = _mm_setr_epi32(1, 2, 4, 8);
+    const __m128 reversed
+        = _mm_castsi128_ps(_mm_cmpeq_epi32(_mm_and_si128(_mm_set1_epi32(clockwise), laneBits), laneBits));
+    FirstEars firstStore[kWindingLanes];
+    FirstEars *const first[kWindingLanes] = { &firstStore[0], &firstStore[1], &firstStore[2], &firstStore[3] };
+    for (FirstEars &lane : firstStore)
+        lane.ears = 0;
+    laneFirstEars(count, points, directions, reversed, first);
 
     alignas(16) float xs[kMostCorners][kWindingLanes];
     alignas(16) float ys[kMostCorners][kWindingLanes];
@@ -70,10 +153,11 @@ void CutSmallPolygons(int count, const int *const faces[kWindingLanes], int face
         _mm_store_ps(ys[k], y[k]);
     }
     for (int f = 0; f < faceCount; ++f) {
-        Vector2f points[kMostCorners];
+        Vector2f facePoints[kMostCorners];
         for (int k = 0; k < count; ++k)
-            points[k] = { xs[k][f], ys[k][f] };
-        cuts[f]->written = ClipSmallPolygon(count, points, (clockwise >> f) & 1, tables[f], cuts[f]->corners);
+            facePoints[k] = { xs[k][f], ys[k][f] };
+        cuts[f]->written
+            = ClipSmallPolygon(count, facePoints, (clockwise >> f) & 1, tables[f], firstStore[f], cuts[f]->corners);
     }
 }
 

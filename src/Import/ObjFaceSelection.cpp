@@ -50,8 +50,8 @@ QString faceProblem(const ObjMesh &mesh, size_t first, quint32 count, const Inde
 {
     for (quint32 i = 0; i < count; ++i) {
         const quint32 position = mesh.positionIndices[first + i];
-        const quint32 texCoord = cornerIndex(mesh.texCoordIndices, first + i);
-        const quint32 normal = cornerIndex(mesh.normalIndices, first + i);
+        const quint32 texCoord = cornerIndex(mesh.texCoordIndexArray(), first + i);
+        const quint32 normal = cornerIndex(mesh.normalIndexArray(), first + i);
         if (position == ObjCorner::kNoIndex)
             return QStringLiteral("corner %1 has no position index").arg(i + 1);
         if (position >= positions.count)
@@ -88,7 +88,8 @@ void selectUsableObjFaces(const ObjMesh &mesh, const QString &fileName, std::vec
     kept.assign(faceCount, 1);
     // kNoIndex is never below a count, so a missing position fails the first test too.
     if (positions.count < ObjCorner::kNoIndex && allUsable(mesh.positionIndices, positions.count, false)
-        && allUsable(mesh.texCoordIndices, texCoords.count, true) && allUsable(mesh.normalIndices, normals.count, true))
+        && allUsable(mesh.texCoordIndexArray(), texCoords.count, true)
+        && allUsable(mesh.normalIndexArray(), normals.count, true))
         return;
     size_t corner = 0;
     quint64 skippedCount = 0;

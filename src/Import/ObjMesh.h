@@ -44,9 +44,8 @@ public:
     bool operator==(const ObjFaceLines &other) const
     {
         return _runs.size() == other._runs.size()
-            && std::equal(_runs.begin(), _runs.end(), other._runs.begin(), [](const Run &a, const Run &b) {
-                   return a.firstFace == b.firstFace && a.firstLine == b.firstLine;
-               });
+            && std::equal(_runs.begin(), _runs.end(), other._runs.begin(),
+                [](const Run &a, const Run &b) { return a.firstFace == b.firstFace && a.firstLine == b.firstLine; });
     }
 
 private:
@@ -64,7 +63,11 @@ private:
 // texture-coordinate index of a face read before the first line of that kind is kNoIndex.
 // The normal and texture-coordinate index arrays stay empty for as long as no line of their
 // kind has been read (most files have no normals or no texture coordinates at all), and hold
-// one index per corner from then on. Nothing here is range-checked.
+// one index per corner from then on. Many files give every corner one number for all its kinds
+// ("f 1/1/1"): an index array whose every index so far repeats the position index is not
+// stored either, and its flag `...ArePositions` is set; the array is spelled out at the first
+// corner that differs. Read the arrays through texCoordIndexArray() and normalIndexArray().
+// Nothing here is range-checked.
 struct ObjMesh
 {
     PodArray<float> positions; // x, y, z per "v" line
@@ -79,6 +82,32 @@ struct ObjMesh
     QStringList libraries; // absolute paths of the "mtllib" lines, in order
     QStringList materialNames; // distinct "usemtl" names, in order of first use
     std::vector<ObjMaterialUse> materialUses; // runs covering every face, in order
+
+    bool texCoordIndicesArePositions = false;
+    bool normalIndicesArePositions = false;
+
+    const PodArray<quint32> &texCoordIndexArray() const
+    {
+        return texCoordIndicesArePositions ? positionIndices : texCoordIndices;
+    }
+    const PodArray<quint32> &normalIndexArray() const
+    {
+        return normalIndicesArePositions ? positionIndices : normalIndices;
+    }
+    // Stores the index arrays that repeat the position indices.
+    void spellOutIndices()
+    {
+        spellOut(texCoordIndices, texCoordIndicesArePositions, positionIndices.size());
+        spellOut(normalIndices, normalIndicesArePositions, positionIndices.size());
+    }
+    // Stores one array that repeats the first `count` position indices.
+    void spellOut(PodArray<quint32> &indices, bool &arePositions, size_t count)
+    {
+        if (!arePositions)
+            return;
+        indices.append(positionIndices.data(), count);
+        arePositions = false;
+    }
 
     quint32 positionCount() const { return static_cast<quint32>(positions.size() / 3); }
     quint32 normalCount() const { return static_cast<quint32>(normals.size() / 3); }

@@ -21,17 +21,19 @@ struct AttributeSource
     int components;
     PodArray<float> *values;
     PodArray<quint32> *indices;
+    bool indicesArePositions;
 };
 
 AttributeSource attributeSource(ObjLineType type, ObjMesh &mesh)
 {
     switch (type) {
     case ObjLineType::Normal:
-        return { ObjModelNames::normals(), 3, &mesh.normals, &mesh.normalIndices };
+        return { ObjModelNames::normals(), 3, &mesh.normals, &mesh.normalIndices, mesh.normalIndicesArePositions };
     case ObjLineType::TexCoord:
-        return { ObjModelNames::texCoords(), 2, &mesh.texCoords, &mesh.texCoordIndices };
+        return { ObjModelNames::texCoords(), 2, &mesh.texCoords, &mesh.texCoordIndices,
+            mesh.texCoordIndicesArePositions };
     default:
-        return { ObjModelNames::positions(), 3, &mesh.positions, &mesh.positionIndices };
+        return { ObjModelNames::positions(), 3, &mesh.positions, &mesh.positionIndices, false };
     }
 }
 
@@ -71,6 +73,17 @@ struct ObjMeshHandOver
         builder.addValuesToVertexAttribute(name, values.size(), values.data(), GLType::Float);
         builder.addIndicesToVertexAttribute(name, indices.size(), indices.data());
     }
+
+    // An attribute whose indices are those of the attribute `indicesOf`, which exists: both
+    // hold the one stream, which the builder only reads until its single upload.
+    static void attributeSharingIndices(
+        ModelBuilder &builder, const QString &name, int components, PodArray<float> &values, const QString &indicesOf)
+    {
+        builder.adoptVertexAttribute(name, components, GLType::Float, values.takeBytes(), QByteArray());
+        builder._vertexAttributes[name].indices = builder._vertexAttributes[indicesOf].indices;
+    }
+
+    static bool adoptsArrays(const ModelBuilder &builder) { return builder.makesModelDataArrays(); }
 
     static void cornerCounts(ModelBuilder &builder, PodArray<quint32> &counts)
     {
@@ -167,8 +180,24 @@ void feedObjMesh(ObjMesh &mesh, const std::vector<quint8> &kept, const QStringLi
 {
     const size_t cornerTotal = keptCornerTotal(mesh, kept);
     const bool everyFaceKept = keepsEveryFace(kept);
-    for (ObjLineType type : mesh.attributeOrder)
-        feedAttribute(attributeSource(type, mesh), mesh, kept, everyFaceKept, builder);
+    // Only the positions' own array, adopted whole, can be shared; others are selected or copied.
+    const bool hasPositions = std::find(mesh.attributeOrder.begin(), mesh.attributeOrder.end(), ObjLineType::Vertex)
+        != mesh.attributeOrder.end();
+    if (!everyFaceKept || !hasPositions || !ObjMeshHandOver::adoptsArrays(builder))
+        mesh.spellOutIndices();
+    // Attributes sharing the positions' indices are made once the positions are in.
+    QList<AttributeSource> sharing;
+    for (ObjLineType type : mesh.attributeOrder) {
+        const AttributeSource source = attributeSource(type, mesh);
+        if (source.indicesArePositions)
+            sharing.append(source);
+        else
+            feedAttribute(source, mesh, kept, everyFaceKept, builder);
+    }
+    for (const AttributeSource &source : std::as_const(sharing)) {
+        ObjMeshHandOver::attributeSharingIndices(
+            builder, source.name, source.components, *source.values, ObjModelNames::positions());
+    }
     feedGroups(mesh, kept, runGroups, builder);
     feedCornerCounts(mesh, kept, everyFaceKept, builder);
 

@@ -7,7 +7,7 @@ namespace Vardune::Qel {
 
 void ObjMeshGatherer::dropCorners(size_t firstCorner)
 {
-    // An index array that exists holds one index per corner.
+    // An index array that is stored holds one index per corner.
     _mesh.positionIndices.resize(firstCorner);
     if (!_mesh.texCoordIndices.empty())
         _mesh.texCoordIndices.resize(firstCorner);

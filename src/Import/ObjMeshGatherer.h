@@ -29,8 +29,10 @@ public:
             : type == ObjLineType::Normal                     ? _mesh.normals
                                                               : _mesh.texCoords;
         noteAttribute(type);
-        if (target.empty() && type != ObjLineType::Vertex)
-            startIndices(type == ObjLineType::Normal ? _mesh.normalIndices : _mesh.texCoordIndices);
+        if (target.empty() && type == ObjLineType::Normal)
+            startIndices(_mesh.normalIndices, _mesh.normalIndicesArePositions);
+        if (target.empty() && type == ObjLineType::TexCoord)
+            startIndices(_mesh.texCoordIndices, _mesh.texCoordIndicesArePositions);
         target.append(values, type == ObjLineType::TexCoord ? 2 : 3);
     }
 
@@ -48,9 +50,9 @@ public:
     {
         _mesh.positionIndices.push_back(position);
         if (!_mesh.texCoords.empty())
-            _mesh.texCoordIndices.push_back(texCoord);
+            addIndex(_mesh.texCoordIndices, _mesh.texCoordIndicesArePositions, texCoord, position);
         if (!_mesh.normals.empty())
-            _mesh.normalIndices.push_back(normal);
+            addIndex(_mesh.normalIndices, _mesh.normalIndicesArePositions, normal, position);
     }
     void dropCorners(size_t firstCorner);
     // Closes the face whose corners were added since `firstCorner`.
@@ -60,12 +62,24 @@ public:
     void useMaterial(const QString &name);
 
 private:
-    // The first line of a kind: the corners read before it get no index of that kind.
-    void startIndices(PodArray<quint32> &indices)
+    // The first line of a kind: the corners read before it get no index of that kind. Before
+    // any corner, the kind's indices may follow the positions'.
+    void startIndices(PodArray<quint32> &indices, bool &arePositions)
     {
         const size_t missing = cornerTotal();
+        arePositions = missing == 0;
         indices.resize(missing);
         std::fill(indices.begin(), indices.end(), ObjCorner::kNoIndex);
+    }
+    // The index of the corner whose position was just added.
+    void addIndex(PodArray<quint32> &indices, bool &arePositions, quint32 index, quint32 position)
+    {
+        if (arePositions) {
+            if (index == position)
+                return;
+            _mesh.spellOut(indices, arePositions, cornerTotal() - 1);
+        }
+        indices.push_back(index);
     }
     void noteAttribute(ObjLineType type)
     {

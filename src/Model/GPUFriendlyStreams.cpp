@@ -25,6 +25,7 @@
 
 #include <QVarLengthArray>
 
+#include <algorithm>
 #include <cstdint>
 #include <numeric>
 
@@ -75,14 +76,22 @@ void ModelBuilder::buildGPUFriendlyStreams(bool mergeByIndices)
         return;
 
     const uint32_t faceCornerCount = cornerCount(*_verticesPerFace);
+    // Attributes that hold one index stream (the OBJ import's "f 1/1/1") number it once.
     QVarLengthArray<VertexAttribute *, 8> attributes;
     QVarLengthArray<IndexTupleStream, 8> indexTuples;
+    QVarLengthArray<qsizetype, 8> tupleStreamOf; // per attribute, its stream in indexTuples
     for (VertexAttribute &attribute : _vertexAttributes) {
-        if (isBuiltFromValues(attribute)) {
-            attributes.append(&attribute);
-            indexTuples.append(
-                { static_cast<const unsigned int *>(attribute.indices->data(0)), valueCount(attribute) });
-        }
+        if (!isBuiltFromValues(attribute))
+            continue;
+        const auto *indices = static_cast<const unsigned int *>(attribute.indices->data(0));
+        qsizetype stream = 0;
+        while (stream < indexTuples.size() && indexTuples[stream].indices != indices)
+            ++stream;
+        if (stream == indexTuples.size())
+            indexTuples.append({ indices, valueCount(attribute) });
+        indexTuples[stream].valueCount = std::max(indexTuples[stream].valueCount, valueCount(attribute));
+        attributes.append(&attribute);
+        tupleStreamOf.append(stream);
     }
 
     // A single-use upload numbers the corners in the first attribute's index stream, which it
@@ -109,7 +118,7 @@ void ModelBuilder::buildGPUFriendlyStreams(bool mergeByIndices)
         const QSharedPointer<ModelDataStream> gpuValues
             = newStreamToOverwrite(attribute->values->type(), tupleCount * size_t(attribute->componentsPerVertex));
         gatherVertices(gpuValues->data(0), attribute->values->data(0), vertexBytes(*attribute),
-            valueOfTuple.get() + size_t(a) * faceCornerCount, tupleCount);
+            valueOfTuple.get() + size_t(tupleStreamOf[a]) * faceCornerCount, tupleCount);
         releaseUsedStream(attribute->values);
         attribute->gpuValues = gpuValues;
         attribute->gpuIndices = cornerVertices;

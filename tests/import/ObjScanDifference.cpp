@@ -32,8 +32,8 @@ QString meshDifference(const ObjMesh &a, const ObjMesh &b)
         return QStringLiteral("attribute order");
     if (!sameBytes(a.cornerCounts, b.cornerCounts) || !(a.faceLines == b.faceLines))
         return QStringLiteral("faces");
-    if (!sameBytes(a.positionIndices, b.positionIndices) || !sameBytes(a.normalIndices, b.normalIndices)
-        || !sameBytes(a.texCoordIndices, b.texCoordIndices))
+    if (!sameBytes(a.positionIndices, b.positionIndices) || !sameBytes(a.normalIndexArray(), b.normalIndexArray())
+        || !sameBytes(a.texCoordIndexArray(), b.texCoordIndexArray()))
         return QStringLiteral("corner indices");
     if (a.libraries != b.libraries || a.materialNames != b.materialNames)
         return QStringLiteral("libraries or material names");

@@ -507,6 +507,10 @@ void TestObjImport::unusableFacesAreSkippedWithAWarning_data()
         << triangle + "vt 0 0\nf 1/1 2/2 3/1\nf 1/1 2/1 3/1\n"
         << "FILE:5: face skipped: texture coordinate index 2 is outside the 1 texture coordinates of the file"
         << Indices { 0, 1, 2 } << Indices { 0 };
+    QTest::newRow("texture coordinate beyond the file, corners alike")
+        << triangle + "vt 0 0\nvt 1 0\nf 1/1 2/2 3/3\nf 2/2 1/1 2/2\n"
+        << "FILE:6: face skipped: texture coordinate index 3 is outside the 2 texture coordinates of the file"
+        << Indices { 1, 0, 1 } << Indices { 0 };
     QTest::newRow("normal beyond the file") << triangle + "vn 0 0 1\nf 1//1 2//5 3//1\nf 1//1 2//1 3//1\n"
                                             << "FILE:5: face skipped: normal index 5 is outside the 1 normals "
                                                "of the file"
@@ -633,6 +637,16 @@ void TestObjImport::importMatchesLineByLineFeeding_data()
                "mtllib "
             + _files.path(QStringLiteral("more.mtl")).toUtf8()
             + "\nmtllib lib.mtl\nusemtl blue\nf 3 2 1\nusemtl green\nf 1 2 3\n");
+    // Corners that give every kind one number share one index stream until they part.
+    const QByteArray values = "v 0 0 0\nv 1 0 0\nv 0 1 0\nvt 0 0\nvt 1 0\nvt 0 1\nvn 0 0 1\nvn 0 1 0\nvn 1 0 0\n";
+    QTest::newRow("corners alike") << _files.write(QStringLiteral("alike.obj"),
+        values + "f 1/1/1 2/2/2 3/3/3\nf -1/-1/-1 -3/-3/-3 -2/-2/-2\nf 2/2/2 3/3/3 1/1/1\n");
+    QTest::newRow("corners part ways") << _files.write(QStringLiteral("parting.obj"),
+        values + "f 1/1/1 2/2/2 3/3/3\nf 1/1/1 2/3/2 3/2/1\nf 3/3/3 1/1/1 2/2/2\n");
+    QTest::newRow("normals alike only") << _files.write(QStringLiteral("normals.obj"),
+        values + "f 1/2/1 2/3/2 3/1/3\nf 3/3/3 2/2/2 1/1/1\n");
+    QTest::newRow("texture coordinates before positions") << _files.write(QStringLiteral("first.obj"),
+        "vt 0 0\nvt 1 0\nvt 0 1\nv 0 0 0\nv 1 0 0\nv 0 1 0\nf 1/1 2/2 3/3\nf 3/3 2/2 1/1\n");
     const QString corpus = QStringLiteral(QELMODEL_CORPUS_DIR);
     QDirIterator files(
         corpus, { QStringLiteral("*.obj"), QStringLiteral("*.OBJ") }, QDir::Files, QDirIterator::Subdirectories);

@@ -41,21 +41,27 @@ __m128 dot(Vector2 a, Vector2 b)
     return _mm_add_ps(_mm_mul_ps(a.x, b.x), _mm_mul_ps(a.y, b.y));
 }
 
-// PolygonDirections of the four lanes' points: directions[a * count + b] in lanes, and each
-// lane's table in tables[f]. Half is computed and the other half negated, as PolygonDirections
-// does.
-void laneDirections(int count, const Vector2 *points, Vector2 *directions, Vector2f *const tables[kWindingLanes])
+__m128 samePoint(Vector2 a, Vector2 b)
+{
+    return _mm_and_ps(_mm_cmpeq_ps(a.x, b.x), _mm_cmpeq_ps(a.y, b.y));
+}
+
+// PolygonDirections of the four lanes' points: directions[a * kMostCorners + b] in lanes, and
+// each lane's table in tables[f] (count × count entries). Half is computed and the other half
+// negated, as PolygonDirections does. Returns the lanes in which two corners lie on one point.
+__m128 laneDirections(int count, const Vector2 *points, Vector2 *directions, Vector2f *const tables[kWindingLanes])
 {
     const __m128 signs = _mm_set1_ps(-0.0f);
+    __m128 repeats = _mm_setzero_ps();
     for (int a = 0; a < count; ++a) {
-        directions[a * count + a] = { _mm_setzero_ps(), _mm_setzero_ps() }; // whole rows; never read
         for (int b = a + 1; b < count; ++b) {
+            repeats = _mm_or_ps(repeats, samePoint(points[a], points[b]));
             Vector2 unit { _mm_sub_ps(points[a].x, points[b].x), _mm_sub_ps(points[a].y, points[b].y) };
             normalizedCopy(unit.x, unit.y);
+            directions[a * kMostCorners + b] = unit;
+            directions[b * kMostCorners + a] = { _mm_xor_ps(unit.x, signs), _mm_xor_ps(unit.y, signs) };
             const int forward = a * count + b;
             const int backward = b * count + a;
-            directions[forward] = unit;
-            directions[backward] = { _mm_xor_ps(unit.x, signs), _mm_xor_ps(unit.y, signs) };
             const __m128 forward01 = _mm_unpacklo_ps(unit.x, unit.y); // x0 y0 x1 y1
             const __m128 forward23 = _mm_unpackhi_ps(unit.x, unit.y);
             const __m128 backward01 = _mm_xor_ps(forward01, signs);
@@ -70,42 +76,47 @@ void laneDirections(int count, const Vector2 *points, Vector2 *directions, Vecto
             _mm_storeh_pi(reinterpret_cast<__m64 *>(tables[3] + backward), backward23);
         }
     }
-}
-
-__m128 samePoint(Vector2 a, Vector2 b)
-{
-    return _mm_and_ps(_mm_cmpeq_ps(a.x, b.x), _mm_cmpeq_ps(a.y, b.y));
+    return repeats;
 }
 
 // The ear test of measureEar (EarTest.h) for every corner of the four faces' first rings, where
-// every corner is active. A lane set in `reversed` walks its ring backwards, which swaps the
-// neighbours but keeps the set of a corner's triangle; every test of every corner is made and
-// the answers combined, which gives what the one-face test's early exits give.
+// every corner is active; every test of every corner is made and the answers combined, which
+// gives what the one-face test's early exits give. A lane set in `reversed` walks its ring
+// backwards, which swaps the neighbours but keeps the set of a corner's triangle. Nearly every
+// face runs counterclockwise and repeats no point, so the general steps are compiled in only
+// where a lane needs them (AnyReversed, AnyRepeats).
+template<bool AnyReversed, bool AnyRepeats>
 void laneFirstEars(
     int count, const Vector2 *points, const Vector2 *directions, __m128 reversed, FirstEars *const first[kWindingLanes])
 {
-    const auto direction = [directions, count](int a, int b) { return directions[a * count + b]; };
+    const auto direction = [directions](int a, int b) { return directions[a * kMostCorners + b]; };
+    const auto pick = [reversed](Vector2 whenReversed, Vector2 otherwise) {
+        return AnyReversed ? select(reversed, whenReversed, otherwise) : otherwise;
+    };
     const __m128 zero = _mm_setzero_ps();
     for (int k = 0; k < count; ++k) {
         const int after = k + 1 == count ? 0 : k + 1;
         const int before = k == 0 ? count - 1 : k - 1;
-        const Vector2 toNext = select(reversed, direction(before, k), direction(after, k));
-        const Vector2 toPrev = select(reversed, direction(after, k), direction(before, k));
-        const Vector2 prevToNext = select(reversed, direction(after, before), direction(before, after));
-        const Vector2 kToPrev = select(reversed, direction(k, after), direction(k, before));
+        const Vector2 toNext = pick(direction(before, k), direction(after, k));
+        const Vector2 toPrev = pick(direction(after, k), direction(before, k));
+        const Vector2 prevToNext = pick(direction(after, before), direction(before, after));
+        const Vector2 kToPrev = pick(direction(k, after), direction(k, before));
 
         __m128 blocked = zero;
         for (int other = 0; other < count; ++other) {
             if (other == k || other == after || other == before)
                 continue;
-            const Vector2 toNextCorner = select(reversed, direction(other, before), direction(other, after));
-            const Vector2 toPrevCorner = select(reversed, direction(other, after), direction(other, before));
-            const __m128 inside = _mm_and_ps(_mm_cmpge_ps(cross(prevToNext, toNextCorner), zero),
+            const Vector2 toNextCorner = pick(direction(other, before), direction(other, after));
+            const Vector2 toPrevCorner = pick(direction(other, after), direction(other, before));
+            __m128 inside = _mm_and_ps(_mm_cmpge_ps(cross(prevToNext, toNextCorner), zero),
                 _mm_and_ps(_mm_cmpge_ps(cross(toNext, direction(other, k)), zero),
                     _mm_cmpge_ps(cross(kToPrev, toPrevCorner), zero)));
-            const __m128 repeats = _mm_or_ps(samePoint(points[other], points[k]),
-                _mm_or_ps(samePoint(points[other], points[after]), samePoint(points[other], points[before])));
-            blocked = _mm_or_ps(blocked, _mm_andnot_ps(repeats, inside));
+            if constexpr (AnyRepeats) {
+                const __m128 repeats = _mm_or_ps(samePoint(points[other], points[k]),
+                    _mm_or_ps(samePoint(points[other], points[after]), samePoint(points[other], points[before])));
+                inside = _mm_andnot_ps(repeats, inside);
+            }
+            blocked = _mm_or_ps(blocked, inside);
         }
         const int ears = _mm_movemask_ps(_mm_andnot_ps(blocked, _mm_cmpgt_ps(cross(toNext, toPrev), zero)));
         alignas(16) float cosAngle[kWindingLanes];
@@ -135,7 +146,7 @@ void CutSmallPolygons(int count, const int *const faces[kWindingLanes], int face
     Vector2 directions[kMostCorners * kMostCorners];
     Vector2f tableStore[kWindingLanes][kMostCorners * kMostCorners];
     Vector2f *const tables[kWindingLanes] = { tableStore[0], tableStore[1], tableStore[2], tableStore[3] };
-    laneDirections(count, points, directions, tables);
+    const bool anyRepeats = _mm_movemask_ps(laneDirections(count, points, directions, tables)) != 0;
 
     const __m128i laneBits = _mm_setr_epi32(1, 2, 4, 8);
     const __m128 reversed
@@ -144,7 +155,12 @@ void CutSmallPolygons(int count, const int *const faces[kWindingLanes], int face
     FirstEars *const first[kWindingLanes] = { &firstStore[0], &firstStore[1], &firstStore[2], &firstStore[3] };
     for (FirstEars &lane : firstStore)
         lane.ears = 0;
-    laneFirstEars(count, points, directions, reversed, first);
+    if (clockwise != 0)
+        laneFirstEars<true, true>(count, points, directions, reversed, first);
+    else if (anyRepeats)
+        laneFirstEars<false, true>(count, points, directions, reversed, first);
+    else
+        laneFirstEars<false, false>(count, points, directions, reversed, first);
 
     alignas(16) float xs[kMostCorners][kWindingLanes];
     alignas(16) float ys[kMostCorners][kWindingLanes];

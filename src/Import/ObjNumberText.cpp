@@ -102,65 +102,6 @@ bool settlesFloat(double value)
     return (belowFloat > midpoint ? belowFloat - midpoint : midpoint - belowFloat) > 4;
 }
 
-// The plain decimal at the start of [begin, end) and a double that narrows to the same float as
-// the double that QLocale's conversion gives for exactly its bytes; returns where it ends, or
-// nullptr when the bytes start with anything else or the value is outside the double range,
-// which the caller leaves to Qt.
-template<bool Bounded>
-const char *leadingPlainDecimal(const char *begin, const char *end, double &result)
-{
-    const char *p = begin;
-    const bool negative = before<Bounded>(p, end) && *p == '-';
-    if (before<Bounded>(p, end) && (*p == '-' || *p == '+'))
-        ++p;
-    const char *numberStart = p;
-
-    uint64_t mantissa = 0;
-    const char *integerEnd = readDigits<Bounded>(p, end, mantissa);
-    ptrdiff_t digits = integerEnd - p;
-    ptrdiff_t exponent = 0;
-    p = integerEnd;
-    if (before<Bounded>(p, end) && *p == '.') {
-        const char *fractionEnd = readDigits<Bounded>(p + 1, end, mantissa);
-        exponent = -(fractionEnd - (p + 1));
-        digits -= exponent;
-        p = fractionEnd;
-    }
-    if (digits == 0)
-        return nullptr;
-    // Only a long digit string can have wrapped the mantissa.
-    const bool fitsMantissa = digits <= kMantissaDigits || significantDigitCount(numberStart, p) <= kMantissaDigits;
-    if (before<Bounded>(p, end) && (*p == 'e' || *p == 'E')) {
-        ++p;
-        const bool negativeExponent = before<Bounded>(p, end) && *p == '-';
-        if (before<Bounded>(p, end) && (*p == '-' || *p == '+'))
-            ++p;
-        if (!before<Bounded>(p, end) || !isDigit(*p))
-            return nullptr;
-        int value = 0;
-        for (; before<Bounded>(p, end) && isDigit(*p); ++p)
-            value = value < 100000 ? value * 10 + (*p - '0') : value;
-        exponent += negativeExponent ? -value : value;
-    }
-
-    if (fitsMantissa && exponent >= -kLargestExactPower && exponent <= kLargestExactPower) {
-        // Exact when the mantissa is; else two roundings, each within half a unit.
-        const double magnitude
-            = exponent < 0 ? double(mantissa) / kPowersOfTen[-exponent] : double(mantissa) * kPowersOfTen[exponent];
-        if (mantissa <= kLargestExactMantissa || settlesFloat(magnitude)) {
-            result = negative ? -magnitude : magnitude;
-            return p;
-        }
-    }
-    // from_chars takes no '+', and reports overflow and underflow to zero as out of range.
-    double value = 0;
-    const std::from_chars_result parsed = std::from_chars(numberStart, p, value, std::chars_format::general);
-    if (parsed.ec != std::errc() || parsed.ptr != p)
-        return nullptr;
-    result = negative ? -value : value;
-    return p;
-}
-
 // Qt's narrowing of a parsed double to float.
 float narrowAsQt(double value)
 {
@@ -175,14 +116,98 @@ float narrowAsQt(double value)
     return narrowed;
 }
 
+// What the scan of a plain decimal's sign, digits and point found.
+struct DecimalDigits
+{
+    const char *numberStart; // after the sign
+    const char *digitsEnd; // after the digits and the point
+    uint64_t mantissa; // wrapped past 2^64 for long digit strings
+    ptrdiff_t digits; // integer and fraction digits
+    ptrdiff_t fractionDigits;
+    bool negative;
+};
+
+// The rest of leadingPlainFloat for the decimals that are not of the usual shape: an exponent,
+// more than 19 digits or a mantissa beyond 2^53, or no digit at all. A double that narrows to
+// the same float as the double that QLocale's conversion gives for exactly the number's bytes;
+// nullptr when the bytes are no plain decimal or the value is outside the double range, which
+// the caller leaves to Qt.
+template<bool Bounded>
+Q_NEVER_INLINE const char *finishPlainFloat(const DecimalDigits &scanned, const char *end, float &result)
+{
+    if (scanned.digits == 0)
+        return nullptr;
+    const char *p = scanned.digitsEnd;
+    const uint64_t mantissa = scanned.mantissa;
+    ptrdiff_t exponent = -scanned.fractionDigits;
+    // Only a long digit string can have wrapped the mantissa.
+    const bool fitsMantissa = scanned.digits <= kMantissaDigits
+        || significantDigitCount(scanned.numberStart, p) <= kMantissaDigits;
+    if (before<Bounded>(p, end) && (*p == 'e' || *p == 'E')) {
+        ++p;
+        const bool negativeExponent = before<Bounded>(p, end) && *p == '-';
+        if (before<Bounded>(p, end) && (*p == '-' || *p == '+'))
+            ++p;
+        if (!before<Bounded>(p, end) || !isDigit(*p))
+            return nullptr;
+        int value = 0;
+        for (; before<Bounded>(p, end) && isDigit(*p); ++p)
+            value = value < 100000 ? value * 10 + (*p - '0') : value;
+        exponent += negativeExponent ? -value : value;
+    }
+
+    double value = 0;
+    bool exact = false;
+    if (fitsMantissa && exponent >= -kLargestExactPower && exponent <= kLargestExactPower) {
+        // Exact when the mantissa is; else two roundings, each within half a unit.
+        value = exponent < 0 ? double(mantissa) / kPowersOfTen[-exponent] : double(mantissa) * kPowersOfTen[exponent];
+        exact = mantissa <= kLargestExactMantissa || settlesFloat(value);
+    }
+    if (!exact) {
+        // from_chars takes no '+', and reports overflow and underflow to zero as out of range.
+        const std::from_chars_result parsed
+            = std::from_chars(scanned.numberStart, p, value, std::chars_format::general);
+        if (parsed.ec != std::errc() || parsed.ptr != p)
+            return nullptr;
+    }
+    result = narrowAsQt(scanned.negative ? -value : value);
+    return p;
+}
+
+// The plain decimal at the start of [begin, end), converted as QString::toFloat converts exactly
+// its bytes; returns where it ends, or nullptr when the bytes start with anything else or need
+// Qt's conversion. The usual decimal, up to 19 digits, no exponent and a mantissa up to 2^53, is
+// the quotient of two exact doubles, rounded once, and then its float: zero or a value between
+// 10^-19 and 2^53, which Qt's narrowing neither clears nor turns infinite, so the float is the
+// plain conversion's.
 template<bool Bounded>
 const char *leadingPlainFloat(const char *begin, const char *end, float &value)
 {
-    double number = 0;
-    const char *stop = leadingPlainDecimal<Bounded>(begin, end, number);
-    if (stop)
-        value = narrowAsQt(number);
-    return stop;
+    const char *p = begin;
+    const bool negative = before<Bounded>(p, end) && *p == '-';
+    if (before<Bounded>(p, end) && (*p == '-' || *p == '+'))
+        ++p;
+    const char *numberStart = p;
+
+    uint64_t mantissa = 0;
+    const char *integerEnd = readDigits<Bounded>(p, end, mantissa);
+    ptrdiff_t digits = integerEnd - p;
+    ptrdiff_t fractionDigits = 0;
+    p = integerEnd;
+    if (before<Bounded>(p, end) && *p == '.') {
+        const char *fractionEnd = readDigits<Bounded>(p + 1, end, mantissa);
+        fractionDigits = fractionEnd - (p + 1);
+        digits += fractionDigits;
+        p = fractionEnd;
+    }
+    // At most 19 digits leaves at most 19 after the point: an exact power of ten.
+    const bool exponentFollows = before<Bounded>(p, end) && (*p | 0x20) == 'e';
+    if (digits != 0 && digits <= kMantissaDigits && mantissa <= kLargestExactMantissa && !exponentFollows) {
+        const float magnitude = float(double(mantissa) / kPowersOfTen[fractionDigits]);
+        value = negative ? -magnitude : magnitude;
+        return p;
+    }
+    return finishPlainFloat<Bounded>({ numberStart, p, mantissa, digits, fractionDigits, negative }, end, value);
 }
 
 } // namespace

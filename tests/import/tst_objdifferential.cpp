@@ -359,7 +359,20 @@ void TestObjDifferential::fullLengthDecimalsReadAlike()
             nudged[last] = char('0' + (nudged[last] - '0' + 10 + nudge) % 10);
             check(nudged);
         }
+        // The midpoint without an exponent, 17 to 19 digits: a mantissa beyond 2^53.
+        if (std::fabs(midpoint) >= 1.0 && std::fabs(midpoint) < 100.0) {
+            const int fixedLength = std::snprintf(text, sizeof text, "%.*f", 16 + int(random.bounded(2)), midpoint);
+            for (int nudge : { 0, -1, 1 }) {
+                QByteArray nudged(text, fixedLength);
+                nudged[fixedLength - 1] = char('0' + (nudged[fixedLength - 1] - '0' + 10 + nudge) % 10);
+                check(nudged);
+            }
+        }
     }
+    // Fractions of more digits than an exact power of ten has, after leading zeros.
+    for (const char *zeros : { "0.0000000000000000000001", "-0.00000000000000000000001", "0.000000000000000000000000123",
+             "1.00000000000000000000000", "0.0000000000000000000000000000000000000000000001" })
+        check(zeros);
     // Where narrowing leaves the plain conversion: 2^-150, half the smallest float, and the
     // doubles beside it; the largest float and the midpoint above it, where it turns infinite.
     for (const char *edge : { "7.00649232162408535461864791644958065640130970938257885878534141944895541342930300743319094181060791015625e-46",

@@ -76,7 +76,17 @@ public:
     int prev(int k) const { return _prev[k]; }
     int lowestActive() const { return lowestCorner(_active); }
 
+    // Takes the ear out of the ring and tests its neighbours again.
     void cut(int ear)
+    {
+        unlink(ear);
+        update(_prev[ear]);
+        update(_next[ear]);
+    }
+
+    // Takes the ear out of the ring without testing its neighbours: for the cut that leaves the
+    // last three corners, which form the last triangle whatever their ear tests say.
+    void unlink(int ear)
     {
         const int prev = _prev[ear];
         const int next = _next[ear];
@@ -84,8 +94,6 @@ public:
         _prev[next] = prev;
         _active &= ~cornerBit(ear);
         _ears &= ~cornerBit(ear);
-        update(prev);
-        update(next);
     }
 
 private:
@@ -141,7 +149,10 @@ int clipRing(SmallRing &ring, int count, int *corners)
         if (ear < 0)
             return 0;
         written = writeTriangle(corners, written, ring.prev(ear), ear, ring.next(ear));
-        ring.cut(ear);
+        if (remaining > 4)
+            ring.cut(ear);
+        else
+            ring.unlink(ear);
     }
     // The last three corners form the last triangle whatever their shape.
     const int last = ring.lowestActive();

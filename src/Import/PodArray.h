@@ -63,6 +63,8 @@ public:
     }
     void append(const T *values, size_t count)
     {
+        if (count == 0) // the arrays may still be null
+            return;
         if (_size + count > _capacity)
             grow(_size + count);
         std::memcpy(_data + _size, values, count * sizeof(T));

@@ -181,9 +181,7 @@ void feedObjMesh(ObjMesh &mesh, const std::vector<quint8> &kept, const QStringLi
     const size_t cornerTotal = keptCornerTotal(mesh, kept);
     const bool everyFaceKept = keepsEveryFace(kept);
     // Only the positions' own array, adopted whole, can be shared; others are selected or copied.
-    const bool hasPositions = std::find(mesh.attributeOrder.begin(), mesh.attributeOrder.end(), ObjLineType::Vertex)
-        != mesh.attributeOrder.end();
-    if (!everyFaceKept || !hasPositions || !ObjMeshHandOver::adoptsArrays(builder))
+    if (!everyFaceKept || mesh.positions.empty() || !ObjMeshHandOver::adoptsArrays(builder))
         mesh.spellOutIndices();
     // Attributes sharing the positions' indices are made once the positions are in.
     QList<AttributeSource> sharing;

@@ -89,7 +89,8 @@ void ModelBuilder::buildGPUFriendlyStreams(bool mergeByIndices)
             ++stream;
         if (stream == indexTuples.size())
             indexTuples.append({ indices, valueCount(attribute) });
-        indexTuples[stream].valueCount = std::max(indexTuples[stream].valueCount, valueCount(attribute));
+        else
+            indexTuples[stream].valueCount = std::max(indexTuples[stream].valueCount, valueCount(attribute));
         attributes.append(&attribute);
         tupleStreamOf.append(stream);
     }

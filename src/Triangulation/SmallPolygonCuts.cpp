@@ -87,8 +87,10 @@ __m128 laneDirections(int count, const Vector2 *points, Vector2 *directions, Vec
 // where a lane needs them (AnyReversed, AnyRepeats).
 template<bool AnyReversed, bool AnyRepeats>
 void laneFirstEars(
-    int count, const Vector2 *points, const Vector2 *directions, __m128 reversed, FirstEars *const first[kWindingLanes])
+    int count, const Vector2 *points, const Vector2 *directions, __m128 reversed, FirstEars first[kWindingLanes])
 {
+    for (int f = 0; f < kWindingLanes; ++f)
+        first[f].ears = 0;
     const auto direction = [directions](int a, int b) { return directions[a * kMostCorners + b]; };
     const auto pick = [reversed](Vector2 whenReversed, Vector2 otherwise) {
         return AnyReversed ? select(reversed, whenReversed, otherwise) : otherwise;
@@ -122,8 +124,8 @@ void laneFirstEars(
         alignas(16) float cosAngle[kWindingLanes];
         _mm_store_ps(cosAngle, dot(toNext, toPrev));
         for (int f = 0; f < kWindingLanes; ++f) {
-            first[f]->cosAngle[k] = cosAngle[f];
-            first[f]->ears |= uint64_t((ears >> f) & 1) << k;
+            first[f].cosAngle[k] = cosAngle[f];
+            first[f].ears |= uint64_t((ears >> f) & 1) << k;
         }
     }
 }
@@ -151,10 +153,7 @@ void CutSmallPolygons(int count, const int *const faces[kWindingLanes], int face
     const __m128i laneBits = _mm_setr_epi32(1, 2, 4, 8);
     const __m128 reversed
         = _mm_castsi128_ps(_mm_cmpeq_epi32(_mm_and_si128(_mm_set1_epi32(clockwise), laneBits), laneBits));
-    FirstEars firstStore[kWindingLanes];
-    FirstEars *const first[kWindingLanes] = { &firstStore[0], &firstStore[1], &firstStore[2], &firstStore[3] };
-    for (FirstEars &lane : firstStore)
-        lane.ears = 0;
+    FirstEars first[kWindingLanes];
     if (clockwise != 0)
         laneFirstEars<true, true>(count, points, directions, reversed, first);
     else if (anyRepeats)
@@ -165,15 +164,15 @@ void CutSmallPolygons(int count, const int *const faces[kWindingLanes], int face
     alignas(16) float xs[kMostCorners][kWindingLanes];
     alignas(16) float ys[kMostCorners][kWindingLanes];
     for (int k = 0; k < count; ++k) {
-        _mm_store_ps(xs[k], x[k]);
-        _mm_store_ps(ys[k], y[k]);
+        _mm_store_ps(xs[k], points[k].x);
+        _mm_store_ps(ys[k], points[k].y);
     }
     for (int f = 0; f < faceCount; ++f) {
         Vector2f facePoints[kMostCorners];
         for (int k = 0; k < count; ++k)
             facePoints[k] = { xs[k][f], ys[k][f] };
         cuts[f]->written
-            = ClipSmallPolygon(count, facePoints, (clockwise >> f) & 1, tables[f], firstStore[f], cuts[f]->corners);
+            = ClipSmallPolygon(count, facePoints, (clockwise >> f) & 1, tables[f], first[f], cuts[f]->corners);
     }
 }
 

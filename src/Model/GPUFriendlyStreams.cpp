@@ -139,12 +139,10 @@ void ModelBuilder::buildGPUFriendlyStreams(bool mergeByIndices)
     if (vertexCount < tupleCount) { // else every tuple vertex keeps its number and its place
         for (uint32_t k = 0; k < faceCornerCount; ++k)
             cornerVertex[k] = tupleToVertex[cornerVertex[k]];
+        // The tuple streams were made here and are held by nothing else: they are packed in place.
         for (VertexAttribute *attribute : attributes) {
-            const QSharedPointer<ModelDataStream> packed
-                = newStreamToOverwrite(attribute->values->type(), vertexCount * size_t(attribute->componentsPerVertex));
-            gatherVertices(packed->data(0), attribute->gpuValues->data(0), vertexBytes(*attribute), vertexToTuple.get(),
-                vertexCount);
-            attribute->gpuValues = packed;
+            compactVertices(attribute->gpuValues->data(0), vertexBytes(*attribute), vertexToTuple.get(), vertexCount);
+            attribute->gpuValues->resize(vertexCount * size_t(attribute->componentsPerVertex));
         }
     }
     logWeldStatistics(this, int(faceCornerCount), int(vertexCount), kIndexStride);

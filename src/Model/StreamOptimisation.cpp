@@ -1,10 +1,10 @@
 // Merges GPU vertices that are equal byte for byte in every attribute at once.
 //
 // The weld numbers the vertices by first appearance; the shared index stream is rewritten in
-// place to those numbers and every value stream is replaced by a packed copy of the
-// survivors. Cost: one weld over the vertices, one pass over the corners and one block copy
-// per surviving vertex per attribute. Memory: 4 bytes per vertex for the survivor list, 4 more
-// for the old-to-new map unless the index stream can take it, besides the weld's own 6.
+// place to those numbers and every value stream is packed in place to the survivors. Cost:
+// one weld over the vertices, one pass over the corners and one block copy per moved vertex per
+// attribute. Memory: 4 bytes per vertex for the survivor list, 4 more for the old-to-new map
+// unless the index stream can take it, besides the weld's own 6.
 
 #include "ModelBuilder.h"
 
@@ -95,13 +95,12 @@ void ModelBuilder::optimizeGPUStreams()
     if (!renumberInWeld)
         renumberCorners(oldIndices.data(), oldToNew);
 
+    // The value streams are the rebuild's own, held by nothing else: they are packed in place.
     for (VertexAttribute *attribute : attributes) {
-        const QSharedPointer<ModelDataStream> &oldValues = attribute->gpuValues;
-        const QSharedPointer<ModelDataStream> newValues
-            = newStreamToOverwrite(oldValues->type(), size_t(newVertexCount) * size_t(attribute->componentsPerVertex));
-        gatherVertices(newValues->data(0), oldValues->data(0), vertexBytes(*oldValues, attribute->componentsPerVertex),
-            newToOld.get(), size_t(newVertexCount));
-        attribute->gpuValues = newValues;
+        ModelDataStream &values = *attribute->gpuValues;
+        compactVertices(values.data(0), vertexBytes(values, attribute->componentsPerVertex), newToOld.get(),
+            size_t(newVertexCount));
+        values.resize(size_t(newVertexCount) * size_t(attribute->componentsPerVertex));
         attribute->gpuIndices = oldIndices;
     }
 

@@ -8,11 +8,10 @@
 // that starts with a UTF-16 or UTF-32 byte-order mark is left to the text stream altogether, and
 // so is text that the stream would decode in its own way: a UTF-8 sequence that is not valid cut
 // by the chunks it reads (TextStreamChunks), or one that a carriage return splits.
-// Cost: one pass over the bytes. A file is read in place through a mapping, which spares the
-// copy of every byte, up to its first carriage return or line longer than a block; from there
-// on it is read a block at a time into one buffer, reused. A line longer than a block is kept
-// whole in a buffer that doubles, unless it is a comment or a line of another keyword, whose
-// bytes are dropped as they come.
+// Cost: one pass over the bytes; memory: one block buffer, reused. A line longer than a block
+// is kept whole in a buffer that doubles, unless it is a comment or a line of another keyword,
+// whose bytes are dropped as they come. The file is read, not mapped: another program that
+// shortens a mapped file makes the next read of its lost pages a fatal signal.
 
 #include "ObjTextScanner.h"
 
@@ -26,17 +25,10 @@
 #include <QStringDecoder>
 #include <QTextStream>
 
-#include <algorithm>
-#include <cstdint>
 #include <cstring>
 
 #if defined(__SSE2__)
 #include <emmintrin.h>
-#endif
-
-#if defined(__linux__)
-#include <sys/mman.h>
-#include <unistd.h>
 #endif
 
 namespace Vardune::Qel {
@@ -44,9 +36,6 @@ namespace Vardune::Qel {
 namespace {
 
 constexpr size_t kBlockBytes = size_t(128) << 10;
-// A file is read in place through a mapping of this many bytes at a time, which bounds the
-// memory its pages take.
-constexpr size_t kWindowBytes = size_t(8) << 20;
 
 bool isSpace(char c)
 {
@@ -409,68 +398,6 @@ void readThroughTextStream(QFile &file, bool textMode, const QString &directory,
     parseObjMesh(text, directory, mesh);
 }
 
-// Enters a mapped range's pages into the page table at once, instead of a page fault for every
-// few pages as they are first read.
-void populatePages(const uchar *mapped, size_t size)
-{
-#if defined(__linux__) && defined(MADV_POPULATE_READ)
-    static const uintptr_t pageMask = uintptr_t(sysconf(_SC_PAGESIZE)) - 1;
-    const uintptr_t first = uintptr_t(mapped) & ~pageMask;
-    madvise(reinterpret_cast<void *>(first), uintptr_t(mapped) + size - first, MADV_POPULATE_READ); // a refusal changes nothing
-#else
-    (void)mapped;
-    (void)size;
-#endif
-}
-
-// Whole lines read in place from the file's mapping, a window at a time, in runs of at most a
-// block that end after a line end. Stops at a run that holds a carriage return (which the block
-// reader drops), at a line longer than a block and at an unfinished last line; returns where it
-// stopped, a line start. `fallsBack` is set when the text stream decodes the file in its own way.
-// A file that cannot be mapped is left whole to the block reader.
-size_t scanMappedLines(QFile &file, LineScanner &scanner, TextStreamChunks &chunks, bool &fallsBack)
-{
-    const size_t fileSize = size_t(std::max(file.size(), qint64(0)));
-    size_t position = 0;
-    bool carriageReturn = false;
-    while (position < fileSize && !fallsBack && !carriageReturn) {
-        const size_t windowStart = position;
-        const size_t windowSize = std::min(fileSize - position, kWindowBytes);
-        uchar *window = file.map(qint64(windowStart), qint64(windowSize));
-        if (!window)
-            break;
-        populatePages(window, windowSize);
-        const char *const text = reinterpret_cast<const char *>(window);
-        size_t at = 0; // where the next run starts
-        size_t scanned = 0; // the bytes of the window scanned, a mark included, and counted in chunks
-        if (windowStart == 0) {
-            const TextStart kind = textStart(window, windowSize);
-            fallsBack = kind == TextStart::Other;
-            at = kind == TextStart::Utf8WithMark ? 3 : 0;
-        }
-        while (!fallsBack && at < windowSize) {
-            size_t runEnd = std::min(windowSize, at + kBlockBytes);
-            while (runEnd > at && text[runEnd - 1] != '\n')
-                --runEnd;
-            carriageReturn = std::memchr(text + at, '\r', runEnd - at) != nullptr;
-            if (runEnd == at || carriageReturn)
-                break;
-            fallsBack = !chunks.add(window + scanned, runEnd - scanned);
-            for (const char *line = text + at; !fallsBack && line != text + runEnd;) {
-                const auto *newline = static_cast<const char *>(std::memchr(line, '\n', size_t(text + runEnd - line)));
-                scanner.scanLine(line, newline, true);
-                line = newline + 1;
-            }
-            at = scanned = runEnd;
-        }
-        file.unmap(window);
-        position = windowStart + scanned;
-        if (scanned == 0)
-            break; // no whole line in the window
-    }
-    return position;
-}
-
 } // namespace
 
 void scanObjFile(QFile &file, const QString &directory, ObjMesh &mesh)
@@ -492,15 +419,6 @@ void scanObjFile(QFile &file, const QString &directory, ObjMesh &mesh)
     TextStreamChunks chunks;
     CarriageReturns returns;
     LineScanner scanner(directory, mesh);
-    bool fallsBack = false;
-    const size_t mappedEnd = scanMappedLines(file, scanner, chunks, fallsBack);
-    if (fallsBack)
-        return readThroughTextStream(file, textMode, directory, mesh);
-    if (mappedEnd > 0) { // the blocks go on after a line end
-        file.seek(qint64(mappedEnd));
-        atStart = false;
-        returns.lastKept = '\n';
-    }
     while (!atEnd) {
         if (filled == room()) {
             // One line longer than the buffer: dropped as it comes when the scanner passes it

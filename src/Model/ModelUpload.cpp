@@ -3,7 +3,8 @@
 // The first upload prepares (GPU streams, weld, triangles, normals); every upload then makes
 // one index buffer, one vertex buffer per attribute and, per batch key, one vertex array and
 // one DrawBuffers whose indirect commands draw the key's material groups from the shared
-// buffers. Nothing is made unless every read of the builder's streams is in bounds.
+// buffers. Nothing is made unless every read of the builder's streams is in bounds, and no
+// buffer when no group has a face to draw.
 
 #include "GLTypes.h"
 #include "ModelBuilder.h"
@@ -42,6 +43,9 @@ void ModelBuilder::upload(GPUModel *model, const InstanceData &instanceData, con
     }
     if (preparing)
         prepareForUpload(positionAttributeName);
+    // Without a draw to hold them, the buffers would be deleted on return, unused.
+    if (_drawCommands.isEmpty())
+        return;
 
     const VertexAttribute &positions = _vertexAttributes[positionAttributeName];
     const auto vertexCount = static_cast<int>(positions.gpuValues->size()

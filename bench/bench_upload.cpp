@@ -13,7 +13,7 @@
 
 #include "GLTestContext.h"
 #include "ModelBuilder.h"
-#include "ModelBuilderInspector.h"
+#include "ModelBuilderProbe.h"
 #include "NormalGeneration.h"
 #include "ObjModelReader.h"
 
@@ -147,16 +147,16 @@ int main(int argc, char **argv)
         feed(builder, grid);
 
         timer.start();
-        ModelBuilderInspector::buildGPUFriendlyStreams(builder, false);
+        ModelBuilderProbe::buildGPUFriendlyStreams(builder, false);
         streams.push_back(timer.nsecsElapsed() / 1e6);
 
         timer.start();
-        ModelBuilderInspector::prepareMaterialGroupForUpload(builder, QStringLiteral("<default>"), faceStarts,
+        ModelBuilderProbe::prepareMaterialGroupForUpload(builder, QStringLiteral("<default>"), faceStarts,
                                                              QStringLiteral("va_Vertex"));
         triangles.push_back(timer.nsecsElapsed() / 1e6);
 
-        const auto &positions = ModelBuilderInspector::vertexAttributes(builder)[QStringLiteral("va_Vertex")];
-        const auto &indices = ModelBuilderInspector::triangleIndices(builder);
+        const auto &positions = ModelBuilderProbe::vertexAttributes(builder)[QStringLiteral("va_Vertex")];
+        const auto &indices = ModelBuilderProbe::triangleIndices(builder);
         const int vertexCount = int(positions.gpuValues->size() / 3);
         generated.resize(size_t(3 * vertexCount));
         timer.start();

@@ -14,7 +14,7 @@
 #include "GLTypes.h"
 #include "IndexTupleNumbering.h"
 #include "ModelBuilder.h"
-#include "ModelBuilderInspector.h"
+#include "ModelBuilderProbe.h"
 #include "ModelDataArray.h"
 #include "VertexWeld.h"
 
@@ -127,7 +127,7 @@ void resetToCornerStreams(ModelBuilder &builder, const Mesh &mesh)
         = streamOf(GLType::UnsignedInt, identity.size(), identity.data());
     for (const Attribute &attribute : mesh.attributes) {
         ModelBuilder::VertexAttribute &record
-            = ModelBuilderInspector::vertexAttributes(builder)[QString::fromLatin1(attribute.name)];
+            = ModelBuilderProbe::vertexAttributes(builder)[QString::fromLatin1(attribute.name)];
         record.gpuValues = streamOf(GLType::Float, attribute.corners.size(), attribute.corners.data());
         record.gpuIndices = cornerVertices;
     }
@@ -135,7 +135,7 @@ void resetToCornerStreams(ModelBuilder &builder, const Mesh &mesh)
 
 void dropGPUStreams(ModelBuilder &builder)
 {
-    for (ModelBuilder::VertexAttribute &record : ModelBuilderInspector::vertexAttributes(builder)) {
+    for (ModelBuilder::VertexAttribute &record : ModelBuilderProbe::vertexAttributes(builder)) {
         record.gpuValues.reset();
         record.gpuIndices.reset();
     }
@@ -223,14 +223,14 @@ void run(const char *label, bool shuffleTriangles, int repetitions)
             && sameTupleIndices(tupleIndices.data(), survivors.data(), tupleCount, cornerCount, tupleStreams);
 
         resetToCornerStreams(builder, mesh);
-        best.optimise = std::min(best.optimise, seconds([&] { ModelBuilderInspector::optimizeGPUStreams(builder); }));
+        best.optimise = std::min(best.optimise, seconds([&] { ModelBuilderProbe::optimizeGPUStreams(builder); }));
         const auto *welded = static_cast<const unsigned int *>(
-            ModelBuilderInspector::vertexAttributes(builder).begin()->gpuIndices->data(0));
+            ModelBuilderProbe::vertexAttributes(builder).begin()->gpuIndices->data(0));
         agree = agree && sameNumbers(welded, remap.data(), cornerCount);
 
         dropGPUStreams(builder);
         best.rebuild
-            = std::min(best.rebuild, seconds([&] { ModelBuilderInspector::buildGPUFriendlyStreams(builder, false); }));
+            = std::min(best.rebuild, seconds([&] { ModelBuilderProbe::buildGPUFriendlyStreams(builder, false); }));
 
 #ifdef QELMODEL_HAVE_MESHOPTIMIZER
         std::vector<meshopt_Stream> meshoptStreams;

@@ -105,7 +105,7 @@ public:
                 const QString &materialIdName, unsigned int usage, unsigned int primitiveType);
 
 private:
-    friend struct ModelBuilderInspector; // the tests' window on the stages below
+    friend struct ModelBuilderProbe; // the tests' window on the stages below
     friend struct ObjMeshHandOver; // the OBJ import moves its gathered arrays in without a copy
     friend struct ObjModelUpload; // and uploads its builder once, then discards it
 

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "ModelBuilderInspector.h"
+#include "ModelBuilderProbe.h"
 
 #include <QFile>
 #include <QList>

@@ -113,7 +113,7 @@ void TestMtlReader::librariesBecomeGroups()
         QVERIFY(loadMaterialLibrary(_files.write(QStringLiteral("library%1.mtl").arg(i), libraries[i]), builder));
 
     const QString dir = QFileInfo(_files.path(QStringLiteral("x"))).absolutePath();
-    const auto &made = ModelBuilderInspector::materialGroups(builder);
+    const auto &made = ModelBuilderProbe::materialGroups(builder);
     QStringList described(made.size() - 1);
     for (auto group = made.cbegin(); group != made.cend(); ++group) {
         if (group.key() == u"<default>")
@@ -130,7 +130,7 @@ void TestMtlReader::missingLibraryFailsSilently()
     MessageCapture capture;
     QVERIFY(!loadMaterialLibrary(_files.path(QStringLiteral("missing.mtl")), builder));
     QVERIFY(!loadMaterialLibrary(_files.path(QString()), builder)); // a directory
-    QVERIFY(ModelBuilderInspector::materialGroups(builder).isEmpty());
+    QVERIFY(ModelBuilderProbe::materialGroups(builder).isEmpty());
     QVERIFY(capture.messages().isEmpty());
 }
 
@@ -163,11 +163,11 @@ void TestMtlReader::addedGroupsAreReported()
     QStringList reported { QStringLiteral("kept") };
     QVERIFY(loadMaterialLibrary(path, builder, &reported));
     QCOMPARE(reported, QStringList { QStringLiteral("kept") } + added);
-    const auto before = ModelBuilderInspector::materialGroups(builder);
+    const auto before = ModelBuilderProbe::materialGroups(builder);
     reported.clear();
     QVERIFY(loadMaterialLibrary(path, builder, &reported));
     QCOMPARE(reported, QStringList());
-    QCOMPARE(ModelBuilderInspector::materialGroups(builder).size(), before.size());
+    QCOMPARE(ModelBuilderProbe::materialGroups(builder).size(), before.size());
     QVERIFY(capture.messages().isEmpty());
 }
 

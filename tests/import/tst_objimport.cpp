@@ -130,9 +130,9 @@ bool meetsInputContract(ModelBuilder &builder)
 {
     if (!builder.hasVertexAttribute(QStringLiteral("va_Vertex")))
         return false;
-    const auto counts = indicesOf(ModelBuilderInspector::verticesPerFace(builder));
+    const auto counts = indicesOf(ModelBuilderProbe::verticesPerFace(builder));
     const size_t corners = std::accumulate(counts.begin(), counts.end(), size_t(0));
-    for (const auto &attribute : ModelBuilderInspector::vertexAttributes(builder)) {
+    for (const auto &attribute : ModelBuilderProbe::vertexAttributes(builder)) {
         const size_t vertices = attribute.values->size() / size_t(attribute.componentsPerVertex);
         const auto *indices = static_cast<const unsigned int *>(attribute.indices->data(0));
         if (attribute.indices->size() != corners
@@ -145,12 +145,12 @@ bool meetsInputContract(ModelBuilder &builder)
 // The first difference between two builders' input states, or null.
 QString inputDifference(ModelBuilder &a, ModelBuilder &b)
 {
-    if (indicesOf(ModelBuilderInspector::verticesPerFace(a)) != indicesOf(ModelBuilderInspector::verticesPerFace(b)))
+    if (indicesOf(ModelBuilderProbe::verticesPerFace(a)) != indicesOf(ModelBuilderProbe::verticesPerFace(b)))
         return QStringLiteral("face corner counts");
-    if (ModelBuilderInspector::normalsAttributeName(a) != ModelBuilderInspector::normalsAttributeName(b))
+    if (ModelBuilderProbe::normalsAttributeName(a) != ModelBuilderProbe::normalsAttributeName(b))
         return QStringLiteral("normals request");
-    auto &groupsA = ModelBuilderInspector::materialGroups(a);
-    auto &groupsB = ModelBuilderInspector::materialGroups(b);
+    auto &groupsA = ModelBuilderProbe::materialGroups(a);
+    auto &groupsB = ModelBuilderProbe::materialGroups(b);
     if (groupsA.keys() != groupsB.keys())
         return QStringLiteral("group names");
     for (auto group = groupsA.cbegin(); group != groupsA.cend(); ++group) {
@@ -160,8 +160,8 @@ QString inputDifference(ModelBuilder &a, ModelBuilder &b)
             || indicesOf(group->faces) != indicesOf(other.faces))
             return QStringLiteral("group ") + group.key();
     }
-    auto &attributesA = ModelBuilderInspector::vertexAttributes(a);
-    auto &attributesB = ModelBuilderInspector::vertexAttributes(b);
+    auto &attributesA = ModelBuilderProbe::vertexAttributes(a);
+    auto &attributesB = ModelBuilderProbe::vertexAttributes(b);
     if (attributesA.keys() != attributesB.keys())
         return QStringLiteral("attribute names");
     for (auto attribute = attributesA.cbegin(); attribute != attributesA.cend(); ++attribute) {
@@ -377,14 +377,14 @@ void TestObjImport::positionsOnlyFileGetsGeneratedNormalsAndConstantTexCoords()
     QVERIFY(readObjModel(path, builder, error));
     QCOMPARE(error, QStringLiteral("untouched"));
 
-    auto &groups = ModelBuilderInspector::materialGroups(builder);
+    auto &groups = ModelBuilderProbe::materialGroups(builder);
     QCOMPARE(groups.keys(), QStringList { defaultGroup() });
     QCOMPARE(groups[defaultGroup()].id, 0);
     QCOMPARE(indicesOf(groups[defaultGroup()].faces), (Indices { 0, 1 }));
     QVERIFY(groups[defaultGroup()].objectName.isNull());
-    QCOMPARE(indicesOf(ModelBuilderInspector::verticesPerFace(builder)), (Indices { 3, 4 }));
+    QCOMPARE(indicesOf(ModelBuilderProbe::verticesPerFace(builder)), (Indices { 3, 4 }));
 
-    auto &attributes = ModelBuilderInspector::vertexAttributes(builder);
+    auto &attributes = ModelBuilderProbe::vertexAttributes(builder);
     QCOMPARE(attributes.size(), 2);
     const auto &positions = attributes[QStringLiteral("va_Vertex")];
     QCOMPARE(positions.componentsPerVertex, 3);
@@ -395,7 +395,7 @@ void TestObjImport::positionsOnlyFileGetsGeneratedNormalsAndConstantTexCoords()
     QCOMPARE(texCoords.componentsPerVertex, 2);
     QCOMPARE(floatsOf(texCoords.values), (Floats { 0, 0 }));
     QCOMPARE(indicesOf(texCoords.indices), (Indices { 0, 0, 0, 0, 0, 0, 0 }));
-    QCOMPARE(ModelBuilderInspector::normalsAttributeName(builder), QStringLiteral("va_Normal"));
+    QCOMPARE(ModelBuilderProbe::normalsAttributeName(builder), QStringLiteral("va_Normal"));
     QVERIFY(builder.isValid());
 }
 
@@ -409,7 +409,7 @@ void TestObjImport::fullFileFeedsEveryAttribute()
     QString error;
     QVERIFY(readObjModel(path, builder, error));
 
-    auto &attributes = ModelBuilderInspector::vertexAttributes(builder);
+    auto &attributes = ModelBuilderProbe::vertexAttributes(builder);
     QCOMPARE(attributes.size(), 3);
     QCOMPARE(indicesOf(attributes[QStringLiteral("va_Vertex")].indices), (Indices { 0, 1, 2, 2, 1, 0, 0, 2, 1 }));
     const auto &normals = attributes[QStringLiteral("va_Normal")];
@@ -420,8 +420,8 @@ void TestObjImport::fullFileFeedsEveryAttribute()
     const auto &texCoords = attributes[QStringLiteral("va_TexCoord")];
     QCOMPARE(floatsOf(texCoords.values), (Floats { 0, 0, 1, 0, 0, 1, 0, 0 }));
     QCOMPARE(indicesOf(texCoords.indices), (Indices { 0, 1, 2, 2, 1, 0, 3, 3, 3 }));
-    QVERIFY(ModelBuilderInspector::normalsAttributeName(builder).isNull());
-    QCOMPARE(indicesOf(ModelBuilderInspector::verticesPerFace(builder)), (Indices { 3, 3, 3 }));
+    QVERIFY(ModelBuilderProbe::normalsAttributeName(builder).isNull());
+    QCOMPARE(indicesOf(ModelBuilderProbe::verticesPerFace(builder)), (Indices { 3, 3, 3 }));
 }
 
 void TestObjImport::facesGoToTheGroupTheirMaterialNamesWhenRead()
@@ -446,7 +446,7 @@ void TestObjImport::facesGoToTheGroupTheirMaterialNamesWhenRead()
     QString error;
     QVERIFY(readObjModel(path, builder, error));
 
-    auto &groups = ModelBuilderInspector::materialGroups(builder);
+    auto &groups = ModelBuilderProbe::materialGroups(builder);
     QCOMPARE(groups.size(), 3);
     QCOMPARE(builder.materialGroupId(defaultGroup()), 0);
     QCOMPARE(builder.materialGroupId(QStringLiteral("red")), 1);
@@ -454,8 +454,8 @@ void TestObjImport::facesGoToTheGroupTheirMaterialNamesWhenRead()
     QCOMPARE(indicesOf(groups[defaultGroup()].faces), (Indices { 0, 5 }));
     QCOMPARE(indicesOf(groups[QStringLiteral("red")].faces), (Indices { 2 }));
     QCOMPARE(indicesOf(groups[QStringLiteral("blue")].faces), (Indices { 3 }));
-    QCOMPARE(indicesOf(ModelBuilderInspector::verticesPerFace(builder)), (Indices { 3, 3, 3, 0, 3, 3 }));
-    QCOMPARE(ModelBuilderInspector::vertexAttributes(builder)[QStringLiteral("va_TexCoord")].indices->size(), 15u);
+    QCOMPARE(indicesOf(ModelBuilderProbe::verticesPerFace(builder)), (Indices { 3, 3, 3, 0, 3, 3 }));
+    QCOMPARE(ModelBuilderProbe::vertexAttributes(builder)[QStringLiteral("va_TexCoord")].indices->size(), 15u);
 }
 
 void TestObjImport::cornersWithoutAnIndexUseOneDefaultValue()
@@ -469,7 +469,7 @@ void TestObjImport::cornersWithoutAnIndexUseOneDefaultValue()
     QString error;
     QVERIFY(readObjModel(path, builder, error));
 
-    auto &attributes = ModelBuilderInspector::vertexAttributes(builder);
+    auto &attributes = ModelBuilderProbe::vertexAttributes(builder);
     const auto &normals = attributes[QStringLiteral("va_Normal")];
     QCOMPARE(floatsOf(normals.values), (Floats { 0, 0, 1, 0, 0, 0 }));
     QCOMPARE(indicesOf(normals.indices), (Indices { 1, 1, 1, 0, 0, 1, 1 }));
@@ -532,9 +532,9 @@ void TestObjImport::unusableFacesAreSkippedWithAWarning()
 
     const QStringList expected = warning.isNull() ? QStringList() : QStringList { warning.replace("FILE", path) };
     QCOMPARE(capture.texts(QtWarningMsg), expected);
-    auto &attributes = ModelBuilderInspector::vertexAttributes(builder);
+    auto &attributes = ModelBuilderProbe::vertexAttributes(builder);
     QCOMPARE(indicesOf(attributes[QStringLiteral("va_Vertex")].indices), positionIndices);
-    QCOMPARE(indicesOf(ModelBuilderInspector::materialGroups(builder)[defaultGroup()].faces), defaultFaces);
+    QCOMPARE(indicesOf(ModelBuilderProbe::materialGroups(builder)[defaultGroup()].faces), defaultFaces);
     for (const auto &attribute : attributes)
         QCOMPARE(attribute.indices->size(), size_t(positionIndices.size()));
 }
@@ -583,7 +583,7 @@ void TestObjImport::skippedFaceWarningsStopAfterTwenty()
     }
     if (!summary.isNull())
         QCOMPARE(warnings.last(), summary.replace("FILE", path));
-    QCOMPARE(ModelBuilderInspector::verticesPerFace(builder)->size(), size_t(badFaces));
+    QCOMPARE(ModelBuilderProbe::verticesPerFace(builder)->size(), size_t(badFaces));
 }
 
 void TestObjImport::corpusFilesGiveInRangeIndices()
@@ -604,9 +604,9 @@ void TestObjImport::corpusFilesGiveInRangeIndices()
             continue;
         }
         ++read;
-        const auto counts = indicesOf(ModelBuilderInspector::verticesPerFace(builder));
+        const auto counts = indicesOf(ModelBuilderProbe::verticesPerFace(builder));
         const size_t corners = std::accumulate(counts.begin(), counts.end(), size_t(0));
-        for (const auto &[name, attribute] : ModelBuilderInspector::vertexAttributes(builder).asKeyValueRange()) {
+        for (const auto &[name, attribute] : ModelBuilderProbe::vertexAttributes(builder).asKeyValueRange()) {
             const QByteArray where = (path + u' ' + name).toUtf8();
             QVERIFY2(attribute.indices->size() == corners, where.constData());
             const size_t vertices = attribute.values->size() / size_t(attribute.componentsPerVertex);

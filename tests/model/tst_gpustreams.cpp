@@ -2,7 +2,7 @@
 #include "IndexTupleNumbering.h"
 #include "MessageCapture.h"
 #include "ModelBuilder.h"
-#include "ModelBuilderInspector.h"
+#include "ModelBuilderProbe.h"
 #include "ModelDataArray.h"
 #include "VertexWeld.h"
 
@@ -61,7 +61,7 @@ void addFaces(ModelBuilder &builder, const QList<unsigned int> &cornerCounts)
 
 VertexAttribute attributeOf(ModelBuilder &builder, const QString &name)
 {
-    return ModelBuilderInspector::vertexAttributes(builder).value(name);
+    return ModelBuilderProbe::vertexAttributes(builder).value(name);
 }
 
 QList<unsigned int> gpuIndicesOf(ModelBuilder &builder, const QString &name)
@@ -201,7 +201,7 @@ void TestGPUStreams::sharedEdgeInBothModes()
     feedSharedEdge(builder);
     MessageCapture capture;
 
-    ModelBuilderInspector::buildGPUFriendlyStreams(builder, mergeByIndices);
+    ModelBuilderProbe::buildGPUFriendlyStreams(builder, mergeByIndices);
 
     QCOMPARE(gpuIndicesOf(builder, QStringLiteral("va_Vertex")), (QList<unsigned int> { 0, 1, 2, 2, 1, 3 }));
     QCOMPARE(attributeOf(builder, QStringLiteral("va_Vertex")).gpuIndices,
@@ -265,7 +265,7 @@ void TestGPUStreams::verticesMergeExactlyWhenAllBytesAgree()
         addAttribute(builder, QStringLiteral("first"), 1, GLType::Float, bytesOf(firstValues), firstIndices);
         addAttribute(builder, QStringLiteral("second"), 1, GLType::Float, bytesOf(secondValues), secondIndices);
 
-        ModelBuilderInspector::buildGPUFriendlyStreams(builder, mergeByIndices);
+        ModelBuilderProbe::buildGPUFriendlyStreams(builder, mergeByIndices);
 
         QCOMPARE(gpuIndicesOf(builder, QStringLiteral("first")), expectedIndices);
         QCOMPARE(gpuIndicesOf(builder, QStringLiteral("second")), expectedIndices);
@@ -296,7 +296,7 @@ void TestGPUStreams::statisticsLineShowsCounts()
         { 0, 0, 0, 0, 0, 0 });
     MessageCapture capture;
 
-    ModelBuilderInspector::buildGPUFriendlyStreams(builder, false);
+    ModelBuilderProbe::buildGPUFriendlyStreams(builder, false);
 
     const QList<MessageCapture::Message> messages = capture.messages();
     QCOMPARE(messages.size(), 1);
@@ -311,21 +311,21 @@ void TestGPUStreams::buildWithoutAttributesDoesNothing()
     addFaces(builder, { 3 });
     MessageCapture capture;
 
-    ModelBuilderInspector::buildGPUFriendlyStreams(builder, false);
+    ModelBuilderProbe::buildGPUFriendlyStreams(builder, false);
 
     QVERIFY(capture.messages().isEmpty());
-    QVERIFY(ModelBuilderInspector::vertexAttributes(builder).isEmpty());
+    QVERIFY(ModelBuilderProbe::vertexAttributes(builder).isEmpty());
 }
 
 void TestGPUStreams::builtStreamsAreNotRebuilt()
 {
     ModelBuilder builder;
     feedSharedEdge(builder);
-    ModelBuilderInspector::buildGPUFriendlyStreams(builder, false);
+    ModelBuilderProbe::buildGPUFriendlyStreams(builder, false);
     const VertexAttribute before = attributeOf(builder, QStringLiteral("va_Vertex"));
     MessageCapture capture;
 
-    ModelBuilderInspector::buildGPUFriendlyStreams(builder, false);
+    ModelBuilderProbe::buildGPUFriendlyStreams(builder, false);
 
     QVERIFY(capture.messages().isEmpty());
     const VertexAttribute after = attributeOf(builder, QStringLiteral("va_Vertex"));
@@ -337,12 +337,12 @@ void TestGPUStreams::oneMissingStreamRebuildsAll()
 {
     ModelBuilder builder;
     feedSharedEdge(builder);
-    ModelBuilderInspector::buildGPUFriendlyStreams(builder, false);
+    ModelBuilderProbe::buildGPUFriendlyStreams(builder, false);
     const VertexAttribute positionsBefore = attributeOf(builder, QStringLiteral("va_Vertex"));
-    ModelBuilderInspector::vertexAttributes(builder)[QStringLiteral("va_Normal")].gpuValues.reset();
+    ModelBuilderProbe::vertexAttributes(builder)[QStringLiteral("va_Normal")].gpuValues.reset();
     MessageCapture capture;
 
-    ModelBuilderInspector::buildGPUFriendlyStreams(builder, false);
+    ModelBuilderProbe::buildGPUFriendlyStreams(builder, false);
 
     QCOMPARE(capture.texts(QtDebugMsg).size(), 1);
     const VertexAttribute positionsAfter = attributeOf(builder, QStringLiteral("va_Vertex"));
@@ -372,7 +372,7 @@ void TestGPUStreams::zeroCornersGiveEmptyStreams()
     addAttribute(builder, QStringLiteral("va_TexCoord"), 2, GLType::Double, bytesOf(QList<double> { 1, 2 }), {});
     MessageCapture capture;
 
-    ModelBuilderInspector::buildGPUFriendlyStreams(builder, mergeByIndices);
+    ModelBuilderProbe::buildGPUFriendlyStreams(builder, mergeByIndices);
 
     const VertexAttribute attribute = attributeOf(builder, QStringLiteral("va_TexCoord"));
     QCOMPARE(attribute.gpuIndices->type(), GLType::UnsignedInt);
@@ -390,7 +390,7 @@ void TestGPUStreams::faceWithoutCornersShiftsNothing()
     addAttribute(builder, QStringLiteral("va_Vertex"), 1, GLType::Float, bytesOf(QList<float> { 5, 6, 7, 8 }),
         { 0, 1, 2, 3, 2, 1 });
 
-    ModelBuilderInspector::buildGPUFriendlyStreams(builder, false);
+    ModelBuilderProbe::buildGPUFriendlyStreams(builder, false);
 
     QCOMPARE(gpuIndicesOf(builder, QStringLiteral("va_Vertex")), (QList<unsigned int> { 0, 1, 2, 3, 2, 1 }));
     QCOMPARE(gpuValuesOf(builder, QStringLiteral("va_Vertex")), bytesOf(QList<float> { 5, 6, 7, 8 }));
@@ -404,11 +404,11 @@ void TestGPUStreams::attributeWithOnlyGPUStreamsIsLeftAlone()
     generated.gpuValues.reset(new ModelDataArray(GLType::Float, 9));
     generated.gpuIndices.reset(new ModelDataArray(GLType::UnsignedInt, 2));
     generated.componentsPerVertex = 3;
-    ModelBuilderInspector::vertexAttributes(builder).insert(QStringLiteral("va_Generated"), generated);
+    ModelBuilderProbe::vertexAttributes(builder).insert(QStringLiteral("va_Generated"), generated);
     const QByteArray generatedValues = bytesOf(*generated.gpuValues);
     MessageCapture capture;
 
-    ModelBuilderInspector::buildGPUFriendlyStreams(builder, false);
+    ModelBuilderProbe::buildGPUFriendlyStreams(builder, false);
 
     const VertexAttribute after = attributeOf(builder, QStringLiteral("va_Generated"));
     QCOMPARE(after.gpuValues, generated.gpuValues);
@@ -425,15 +425,15 @@ void TestGPUStreams::everyStreamComesFromTheAllocator()
     ModelBuilder builder(allocator);
     feedSharedEdge(builder);
     for (bool mergeByIndices : { false, true }) {
-        for (VertexAttribute &attribute : ModelBuilderInspector::vertexAttributes(builder))
+        for (VertexAttribute &attribute : ModelBuilderProbe::vertexAttributes(builder))
             attribute.gpuIndices.reset();
         const int madeBefore = allocator->madeCount;
 
-        ModelBuilderInspector::buildGPUFriendlyStreams(builder, mergeByIndices);
+        ModelBuilderProbe::buildGPUFriendlyStreams(builder, mergeByIndices);
 
         // One index stream and per attribute one value stream, which the weld packs in place.
         QCOMPARE(allocator->madeCount - madeBefore, 3);
-        for (const VertexAttribute &attribute : ModelBuilderInspector::vertexAttributes(builder)) {
+        for (const VertexAttribute &attribute : ModelBuilderProbe::vertexAttributes(builder)) {
             QVERIFY(allocator->made.contains(attribute.gpuValues.data()));
             QVERIFY(allocator->made.contains(attribute.gpuIndices.data()));
         }
@@ -445,8 +445,8 @@ void TestGPUStreams::narrowIndexStreamIsReportedAndKept()
     ModelBuilder builder;
     addFaces(builder, { 3 });
     addAttribute(builder, QStringLiteral("va_Vertex"), 1, GLType::Float, bytesOf(QList<float> { 1 }), { 0, 0, 0 });
-    ModelBuilderInspector::buildGPUFriendlyStreams(builder, false);
-    VertexAttribute &attribute = ModelBuilderInspector::vertexAttributes(builder)[QStringLiteral("va_Vertex")];
+    ModelBuilderProbe::buildGPUFriendlyStreams(builder, false);
+    VertexAttribute &attribute = ModelBuilderProbe::vertexAttributes(builder)[QStringLiteral("va_Vertex")];
     const QList<quint16> narrowIndices { 0, 1, 2 };
     attribute.gpuIndices.reset(new ModelDataArray(GLType::UnsignedShort, 3));
     attribute.gpuIndices->setData(0, 3, narrowIndices.constData());
@@ -454,7 +454,7 @@ void TestGPUStreams::narrowIndexStreamIsReportedAndKept()
     attribute.gpuValues->setData(0, 3, QList<float> { 1, 1, 1 }.constData());
     MessageCapture capture;
 
-    ModelBuilderInspector::optimizeGPUStreams(builder);
+    ModelBuilderProbe::optimizeGPUStreams(builder);
 
     QCOMPARE(capture.texts(QtCriticalMsg),
         QStringList { QStringLiteral("[StreamOptimisation.cpp:851] [ !! ] Assertion 'oldIndices->type() == "
@@ -480,7 +480,7 @@ void TestGPUStreams::manyDistinctVerticesKeepTheirNumbers()
     addAttribute(builder, QStringLiteral("va_Vertex"), 1, GLType::Float, bytesOf(values), indices);
     MessageCapture capture;
 
-    ModelBuilderInspector::buildGPUFriendlyStreams(builder, false);
+    ModelBuilderProbe::buildGPUFriendlyStreams(builder, false);
 
     QCOMPARE(gpuIndicesOf(builder, QStringLiteral("va_Vertex")), indices);
     QCOMPARE(gpuValuesOf(builder, QStringLiteral("va_Vertex")), bytesOf(values));
@@ -576,7 +576,7 @@ void TestGPUStreams::randomMeshesMatchReferenceWeld()
         const QByteArray counts = QString::asprintf(" Vertices Map %8d -> %8d d %8d (%3d %%) 4", counted, kept,
             counted - kept, counted > 0 ? kept * 100 / counted : 0).toLatin1();
         quiet.clear();
-        ModelBuilderInspector::buildGPUFriendlyStreams(builder, mergeByIndices);
+        ModelBuilderProbe::buildGPUFriendlyStreams(builder, mergeByIndices);
 
         for (qsizetype a = 0; a < inputs.size(); ++a) {
             QCOMPARE(gpuIndicesOf(builder, inputs[a].name), expectedIndices);

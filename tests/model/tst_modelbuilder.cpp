@@ -1,5 +1,5 @@
 #include "MessageCapture.h"
-#include "ModelBuilderInspector.h"
+#include "ModelBuilderProbe.h"
 #include "ModelDataArray.h"
 #include "StreamElements.h"
 
@@ -54,7 +54,7 @@ void feedTriangle(ModelBuilder &builder)
 
 ModelBuilder::VertexAttribute &attribute(ModelBuilder &builder, const char *name)
 {
-    return ModelBuilderInspector::vertexAttributes(builder)[QLatin1String(name)];
+    return ModelBuilderProbe::vertexAttributes(builder)[QLatin1String(name)];
 }
 
 } // namespace
@@ -117,9 +117,9 @@ void TestModelBuilder::newBuilderAnswersEmpty()
     // Neither asking nor naming the normals creates a record; the last name given is kept.
     builder.generateNormals(QStringLiteral("first"));
     builder.generateNormals(QStringLiteral("va_Normal"));
-    QCOMPARE(ModelBuilderInspector::normalsAttributeName(builder), QStringLiteral("va_Normal"));
-    QVERIFY(ModelBuilderInspector::materialGroups(builder).isEmpty());
-    QVERIFY(ModelBuilderInspector::vertexAttributes(builder).isEmpty());
+    QCOMPARE(ModelBuilderProbe::normalsAttributeName(builder), QStringLiteral("va_Normal"));
+    QVERIFY(ModelBuilderProbe::materialGroups(builder).isEmpty());
+    QVERIFY(ModelBuilderProbe::vertexAttributes(builder).isEmpty());
 }
 
 void TestModelBuilder::groupIdsNumberByGroupCount()
@@ -145,7 +145,7 @@ void TestModelBuilder::recreatingAGroupReplacesIt()
     QVERIFY(builder.addFacesToMaterialGroup(QStringLiteral("g"), 2, faces, QStringLiteral("cube")));
     builder.createMaterialGroup(QStringLiteral("g"), materialNamed("second"), 9, 0x10);
 
-    const auto &groups = ModelBuilderInspector::materialGroups(builder);
+    const auto &groups = ModelBuilderProbe::materialGroups(builder);
     QCOMPARE(groups.size(), 1);
     const ModelBuilder::MaterialGroup &group = groups[QStringLiteral("g")];
     QCOMPARE(group.material, materialNamed("second"));
@@ -236,7 +236,7 @@ void TestModelBuilder::secondObjectInAGroupWarns()
     QCOMPARE(messages[0].type, QtWarningMsg);
     QCOMPARE(messages[0].text, QStringLiteral("adding object 'B'' to material group for object 'A'"));
     QVERIFY(!messages[0].hasContext);
-    const ModelBuilder::MaterialGroup &group = ModelBuilderInspector::materialGroups(builder)[QStringLiteral("g")];
+    const ModelBuilder::MaterialGroup &group = ModelBuilderProbe::materialGroups(builder)[QStringLiteral("g")];
     QCOMPARE(group.objectName, QStringLiteral("A"));
     QCOMPARE(elementsOf<unsigned int>(group.faces), QList<unsigned int>({ 0, 1, 2 }));
 }
@@ -289,21 +289,21 @@ void TestModelBuilder::clearReleasesStreamsWithoutEmptyingThem()
     feedTriangle(builder); // a group's faces, an attribute's values and indices
     QCOMPARE(counting->made, 5);
     builder.generateNormals(QStringLiteral("n"));
-    ModelBuilderInspector::drawCommands(builder)[0].append(DrawElementsIndirectCommand { 3, 1, 0, 0, 0 });
-    ModelBuilderInspector::drawGroupNames(builder)[0].append(QStringLiteral("g"));
+    ModelBuilderProbe::drawCommands(builder)[0].append(DrawElementsIndirectCommand { 3, 1, 0, 0, 0 });
+    ModelBuilderProbe::drawGroupNames(builder)[0].append(QStringLiteral("g"));
     const QSharedPointer<ModelDataStream> heldValues = attribute(builder, "p").values;
-    const QSharedPointer<ModelDataStream> heldCounts = ModelBuilderInspector::verticesPerFace(builder);
+    const QSharedPointer<ModelDataStream> heldCounts = ModelBuilderProbe::verticesPerFace(builder);
 
     builder.clear();
     QCOMPARE(counting->made, 7);
-    QVERIFY(ModelBuilderInspector::materialGroups(builder).isEmpty());
-    QVERIFY(ModelBuilderInspector::vertexAttributes(builder).isEmpty());
-    QVERIFY(ModelBuilderInspector::normalsAttributeName(builder).isNull());
-    QVERIFY(ModelBuilderInspector::drawCommands(builder).isEmpty());
-    QVERIFY(ModelBuilderInspector::drawGroupNames(builder).isEmpty());
-    QVERIFY(ModelBuilderInspector::verticesPerFace(builder)->isEmpty());
-    QVERIFY(ModelBuilderInspector::allocator(builder) == counting);
-    QCOMPARE(ModelBuilderInspector::flagsMask(builder), size_t(0x6));
+    QVERIFY(ModelBuilderProbe::materialGroups(builder).isEmpty());
+    QVERIFY(ModelBuilderProbe::vertexAttributes(builder).isEmpty());
+    QVERIFY(ModelBuilderProbe::normalsAttributeName(builder).isNull());
+    QVERIFY(ModelBuilderProbe::drawCommands(builder).isEmpty());
+    QVERIFY(ModelBuilderProbe::drawGroupNames(builder).isEmpty());
+    QVERIFY(ModelBuilderProbe::verticesPerFace(builder)->isEmpty());
+    QVERIFY(ModelBuilderProbe::allocator(builder) == counting);
+    QCOMPARE(ModelBuilderProbe::flagsMask(builder), size_t(0x6));
     // Other holders keep what they hold.
     QCOMPARE(heldValues->size(), size_t(9));
     QCOMPARE(elementsOf<unsigned int>(heldCounts), QList<unsigned int>({ 3 }));

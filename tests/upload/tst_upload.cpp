@@ -1,6 +1,6 @@
 #include "GLTestContext.h"
 #include "MessageCapture.h"
-#include "ModelBuilderInspector.h"
+#include "ModelBuilderProbe.h"
 #include "NormalGeneration.h"
 #include "StreamElements.h"
 #include "VectorNormalization.h"
@@ -202,16 +202,16 @@ void TestUpload::texturedCubeReachesTheGPU()
                 QCOMPARE(n[axis], n[axis] == 0 ? 0.0f : (p[axis] == 0 ? 1.0f : -1.0f));
         }
     }
-    auto &attributes = ModelBuilderInspector::vertexAttributes(builder);
+    auto &attributes = ModelBuilderProbe::vertexAttributes(builder);
     QCOMPARE(attributes[QStringLiteral("va_Normal")].gpuIndices, attributes[QStringLiteral("va_Vertex")].gpuIndices);
 
     // A second upload reuses the preparation: no second weld, the same streams, the same draws.
-    const QSharedPointer<ModelDataStream> triangles = ModelBuilderInspector::triangleIndices(builder);
+    const QSharedPointer<ModelDataStream> triangles = ModelBuilderProbe::triangleIndices(builder);
     const QSharedPointer<ModelDataStream> normalValues = attributes[QStringLiteral("va_Normal")].gpuValues;
     GPUModel second;
     upload(builder, &second);
     QCOMPARE(capture.texts(QtDebugMsg).filter(QStringLiteral("Vertices Map")).size(), 1);
-    QCOMPARE(ModelBuilderInspector::triangleIndices(builder), triangles);
+    QCOMPARE(ModelBuilderProbe::triangleIndices(builder), triangles);
     QCOMPARE(attributes[QStringLiteral("va_Normal")].gpuValues, normalValues);
     QCOMPARE(second.drawCount(), model.drawCount());
     for (int d = 0; d < model.drawCount(); ++d) {
@@ -259,7 +259,7 @@ void TestUpload::indexTypeFollowsVertexCount()
     const DrawBuffers *draw = model.draw(0).buffers;
     QCOMPARE(draw->vertexCount(), unsigned(vertexCount));
     QCOMPARE(draw->indexType(), indexType);
-    const QList<unsigned int> triangleIndices = elementsOf<unsigned int>(ModelBuilderInspector::triangleIndices(builder));
+    const QList<unsigned int> triangleIndices = elementsOf<unsigned int>(ModelBuilderProbe::triangleIndices(builder));
     QCOMPARE(draw->indexCount(), triangleIndices.size());
     const QByteArray stored = draw->indexBuffer()->readBack();
     const QList<unsigned short> narrow = elementsOf<unsigned short>(stored);
@@ -378,7 +378,7 @@ void TestUpload::contractViolationsAreRefused()
     ModelBuilder builder;
     feedCube(builder);
     QString position = QStringLiteral("va_Vertex");
-    auto &texCoords = ModelBuilderInspector::vertexAttributes(builder)[QStringLiteral("va_TexCoord")];
+    auto &texCoords = ModelBuilderProbe::vertexAttributes(builder)[QStringLiteral("va_TexCoord")];
     const unsigned int four = 4;
     GPUModel model;
     if (breach == QLatin1String("index count")) {
@@ -402,7 +402,7 @@ void TestUpload::contractViolationsAreRefused()
         builder.addIndicesToVertexAttribute(QStringLiteral("va_Vertex"), 3, corners);
         builder.addIndicesToVertexAttribute(QStringLiteral("va_TexCoord"), 3, corners);
         builder.addFacesToMaterialGroup(QStringLiteral("caps"), 1, &face, QString());
-        for (auto it = ModelBuilderInspector::vertexAttributes(builder).cbegin();; ++it) {
+        for (auto it = ModelBuilderProbe::vertexAttributes(builder).cbegin();; ++it) {
             if (it->values) {
                 warning = warning.arg(it.key());
                 break;
@@ -439,23 +439,23 @@ void TestUpload::nothingHappensWithoutContextOrValidity()
     upload(empty, &model);
     QVERIFY(model.isEmpty());
     QVERIFY(capture.messages().isEmpty());
-    QVERIFY(ModelBuilderInspector::vertexAttributes(builder)[QStringLiteral("va_Vertex")].gpuValues.isNull());
+    QVERIFY(ModelBuilderProbe::vertexAttributes(builder)[QStringLiteral("va_Vertex")].gpuValues.isNull());
 }
 
 void TestUpload::wrongFaceCountTypeIsReported()
 {
     ModelBuilder builder;
     feedCube(builder);
-    ModelBuilderInspector::buildGPUFriendlyStreams(builder, false);
-    ModelBuilderInspector::verticesPerFace(builder)->setType(kUnsignedShort);
+    ModelBuilderProbe::buildGPUFriendlyStreams(builder, false);
+    ModelBuilderProbe::verticesPerFace(builder)->setType(kUnsignedShort);
     MessageCapture capture;
-    ModelBuilderInspector::prepareMaterialGroupForUpload(builder, QStringLiteral("caps"), { 0, 4, 8, 12, 16, 20 },
+    ModelBuilderProbe::prepareMaterialGroupForUpload(builder, QStringLiteral("caps"), { 0, 4, 8, 12, 16, 20 },
                                                          QStringLiteral("va_Vertex"));
     QCOMPARE(capture.texts(QtCriticalMsg),
              QStringList({ "[MaterialGroupPreparation.cpp:926] [ !! ] Assertion 'GL_UNSIGNED_INT == "
                            "_verticesPerFace->type()' failed: Wrong Face type 0x1403, needs to be 0x1405" }));
-    QCOMPARE(ModelBuilderInspector::drawCommands(builder)[0].size(), 1);
-    QCOMPARE(ModelBuilderInspector::drawCommands(builder)[0][0].count, 0u);
+    QCOMPARE(ModelBuilderProbe::drawCommands(builder)[0].size(), 1);
+    QCOMPARE(ModelBuilderProbe::drawCommands(builder)[0][0].count, 0u);
 }
 
 void TestUpload::generateNormalsArithmetic_data()

@@ -5,7 +5,7 @@
 namespace Vardune::Qel {
 
 // The tests' window on a builder's private state and stages.
-struct ModelBuilderInspector
+struct ModelBuilderProbe
 {
     using VertexAttribute = ModelBuilder::VertexAttribute;
     using MaterialGroup = ModelBuilder::MaterialGroup;

@@ -53,6 +53,26 @@ QStringList splitObjLine(const QString &line)
     return line.split(wordSeparator, Qt::SkipEmptyParts);
 }
 
+// Among ASCII characters, the pattern's "\s" (no Unicode properties asked for) is these six.
+QStringList splitAsciiObjLine(const char *begin, const char *end)
+{
+    const auto isSeparator = [](char c) {
+        return c == ' ' || c == '\t' || c == '\n' || c == '\v' || c == '\f' || c == '\r';
+    };
+    QStringList words;
+    for (const char *p = begin; p != end;) {
+        if (isSeparator(*p)) {
+            ++p;
+            continue;
+        }
+        const char *word = p;
+        while (p != end && !isSeparator(*p))
+            ++p;
+        words.append(QString::fromLatin1(word, p - word));
+    }
+    return words;
+}
+
 ObjLineType objLineType(const QStringList &words)
 {
     return words.isEmpty() ? ObjLineType::None : keywordType(words.first());

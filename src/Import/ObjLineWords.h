@@ -44,6 +44,8 @@ struct ObjLineCounts
 
 // The words of a line: split at runs of white space ("\s+"), empty parts dropped.
 QStringList splitObjLine(const QString &line);
+// The same for a line of ASCII bytes [begin, end), which decodes to the same characters.
+QStringList splitAsciiObjLine(const char *begin, const char *end);
 // The type of a line from its words; None for no words, a comment or an unknown keyword.
 ObjLineType objLineType(const QStringList &words);
 // The same from the line itself, reading only its first word: the rest of a line of no type

@@ -50,6 +50,14 @@ const char *skipSpace(const char *p)
     return p;
 }
 
+bool isAscii(const char *begin, const char *end)
+{
+    unsigned char bits = 0;
+    for (const char *p = begin; p != end; ++p)
+        bits |= static_cast<unsigned char>(*p);
+    return bits < 0x80;
+}
+
 // The end of the word at p; `highBits` collects the bytes' top bits.
 const char *wordEnd(const char *p, const char *end, unsigned char &highBits)
 {
@@ -207,7 +215,7 @@ public:
         case Keyword::Face:
             return scanFace(keywordEnd, begin, end, terminated);
         case Keyword::Name:
-            return readDecodedLine(begin, end, terminated);
+            return readNameLine(begin, end, terminated);
         case Keyword::Other:
             // A first word that is not ASCII is never a keyword as bytes; decoded it may be one.
             if (highBits & 0x80)
@@ -341,13 +349,30 @@ private:
     // The line as the text stream decodes it: a fresh decoder from the line's start (a mark there
     // is a character), fed the '\n' too when there is one, so that a sequence cut short by the
     // line end becomes a replacement character and one cut short by the end of the text is dropped.
-    void readDecodedLine(const char *begin, const char *end, bool terminated)
+    // Kept out of the line loop, like readNameLine.
+    Q_NEVER_INLINE void readDecodedLine(const char *begin, const char *end, bool terminated)
     {
         QStringDecoder decoder(QStringDecoder::Utf8, QStringDecoder::Flag::ConvertInitialBom);
         QString line = decoder(QByteArrayView(begin, end - begin + (terminated ? 1 : 0)));
         if (terminated)
             line.chop(1);
-        const QStringList words = splitObjLine(line);
+        readWords(splitObjLine(line));
+    }
+
+    // A "usemtl" or "mtllib" line. One of ASCII bytes decodes to the same characters, so its
+    // words are cut from the bytes: a file's few such lines then need no splitting pattern, whose
+    // compilation on first use costs more than reading them. Kept out of the line loop, whose
+    // inlining it would change.
+    Q_NEVER_INLINE void readNameLine(const char *begin, const char *end, bool terminated)
+    {
+        if (!isAscii(begin, end))
+            return readDecodedLine(begin, end, terminated);
+        readWords(splitAsciiObjLine(begin, end));
+    }
+
+    // A line's words as splitObjLine gives them.
+    void readWords(const QStringList &words)
+    {
         const ObjLineType type = objLineType(words);
         switch (type) {
         case ObjLineType::Vertex:

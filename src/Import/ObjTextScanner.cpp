@@ -24,6 +24,7 @@
 #include <QFile>
 #include <QStringDecoder>
 #include <QTextStream>
+#include <QtEndian>
 
 #include <cstring>
 
@@ -36,6 +37,8 @@ namespace Vardune::Qel {
 namespace {
 
 constexpr size_t kBlockBytes = size_t(128) << 10;
+// Bytes after a line's '\n' that the corner reader may load (and ignore) with a word's load.
+constexpr size_t kReadAhead = 8;
 
 bool isSpace(char c)
 {
@@ -302,31 +305,70 @@ private:
     // up to nine digits, an empty or missing second or third field 0, read in one pass up to the
     // white space or line end after it. Returns where the word ends, or nullptr for any other word
     // (fields after the third included), which the general reader takes over.
-    static const char *readPlainCorner(const char *p, const char *end, qint32 *numbers)
+    const char *readPlainCorner(const char *p, const char *end, qint32 *numbers)
     {
-        constexpr ptrdiff_t kMostDigits = 9; // below 2^31
-        for (int field = 0;; ++field) {
-            const bool negative = *p == '-';
-            p += negative ? 1 : 0;
-            // The line's '\n' ends the digits: only the digit test, at fixed offsets.
-            qint32 value = 0;
-            ptrdiff_t digits = 0;
-            for (; digits < kMostDigits; ++digits) {
-                const auto digit = static_cast<unsigned char>(p[digits] - '0');
-                if (digit >= 10)
-                    break;
-                value = value * 10 + digit;
+        const char *first = p;
+        p = readPlainField(p, true, numbers[0]);
+        if (p == nullptr || p == end || isSpace(*p))
+            return p;
+        if (*p != '/')
+            return nullptr;
+        const char *firstEnd = p;
+        for (int field = 1;; ++field) {
+            ++p;
+            // In many files every corner repeats its first field in a later one ("12/12/12" from
+            // exporters of per-vertex attributes, "12/12/40"), which then holds the same number
+            // (a negative one is resolved by kind afterwards). Tried where the previous corner
+            // repeated, so that other files lose nothing.
+            if (_fieldRepeated[field] && repeatsField(p, first, firstEnd)) {
+                numbers[field] = numbers[0];
+                p += firstEnd - first;
+            } else {
+                p = readPlainField(p, false, numbers[field]);
+                if (p == nullptr)
+                    return nullptr;
+                _fieldRepeated[field] = numbers[field] == numbers[0];
             }
-            p += digits;
-            if (digits == 0 && (field == 0 || negative))
-                return nullptr;
-            numbers[field] = negative ? -value : value;
             if (p == end || isSpace(*p))
                 return p;
             if (*p != '/' || field == 2)
                 return nullptr;
-            ++p;
         }
+    }
+
+    // One field at p: an optional '-' and up to nine digits, at least one when `required` or
+    // after a '-'. Returns where the digits end, or nullptr.
+    static const char *readPlainField(const char *p, bool required, qint32 &number)
+    {
+        constexpr ptrdiff_t kMostDigits = 9; // below 2^31
+        const bool negative = *p == '-';
+        p += negative ? 1 : 0;
+        // The line's '\n' ends the digits: only the digit test, at fixed offsets.
+        qint32 value = 0;
+        ptrdiff_t digits = 0;
+        for (; digits < kMostDigits; ++digits) {
+            const auto digit = static_cast<unsigned char>(p[digits] - '0');
+            if (digit >= 10)
+                break;
+            value = value * 10 + digit;
+        }
+        if (digits == 0 && (required || negative))
+            return nullptr;
+        number = negative ? -value : value;
+        return p + digits;
+    }
+
+    // Whether the field at p starts with the bytes of the first field [first, firstEnd), of up
+    // to 8 bytes: one word comparison. One that goes on with more digits fails the caller's test
+    // of the byte after it and goes to the general reader. The load stops within kReadAhead
+    // bytes after the line's '\n', which p does not pass.
+    static bool repeatsField(const char *p, const char *first, const char *firstEnd)
+    {
+        const ptrdiff_t length = firstEnd - first; // a digit at least
+        if (length > 8)
+            return false;
+        const quint64 mask = ~quint64(0) >> (64 - 8 * length);
+        return ((qFromLittleEndian<quint64>(p) ^ qFromLittleEndian<quint64>(first)) & mask) == 0;
     }
 
     // Any corner word [word, end): fields position/texture coordinate/normal; an empty or
@@ -411,6 +453,7 @@ private:
     ObjMeshGatherer _gatherer;
     QList<ObjCorner> _corners;
     qint64 _lineNumber = 0;
+    bool _fieldRepeated[3] = { false, true, true }; // by the last plain corner, field by field
 };
 
 // The whole file through the line reader over a text stream, from its start, into a fresh mesh.
@@ -432,9 +475,9 @@ void scanObjFile(QFile &file, const QString &directory, ObjMesh &mesh)
     file.setTextModeEnabled(false);
     // Growth by realloc: a large block is remapped, not copied.
     // One byte more than the text it holds: a '\n' after the last line, at which every digit
-    // loop stops, so that none tests where the line ends.
-    QByteArray buffer(qsizetype(kBlockBytes) + 1, Qt::Uninitialized);
-    const auto room = [&buffer] { return size_t(buffer.size()) - 1; };
+    // loop stops, so that none tests where the line ends. Then room for loads past it.
+    QByteArray buffer(qsizetype(kBlockBytes + 1 + kReadAhead), Qt::Uninitialized);
+    const auto room = [&buffer] { return size_t(buffer.size()) - 1 - kReadAhead; };
     size_t filled = 0;
     size_t start = 0;
     size_t searched = 0; // bytes after `start` known to hold no line end
@@ -452,7 +495,7 @@ void scanObjFile(QFile &file, const QString &directory, ObjMesh &mesh)
             if (passingOver)
                 filled = searched = 0;
             else
-                buffer.resize(qsizetype(2 * filled + 1));
+                buffer.resize(qsizetype(2 * filled + 1 + kReadAhead));
         }
         const qint64 read = file.read(buffer.data() + filled, qint64(room() - filled));
         atEnd = read <= 0;

@@ -169,8 +169,11 @@ private:
     {
         if (_alikeCorners && _random.bounded(10) != 0) {
             const QByteArray i = index();
+            // Now and then a later field that only starts like the first.
+            const QByteArray second = _random.bounded(8) == 0 ? i + digits(1) : i;
+            const QByteArray third = _random.bounded(8) == 0 ? i + digits(1) : i;
             static const char *const separators[] = { "/", "//" };
-            return _random.bounded(3) == 0 ? i + separators[_random.bounded(2)] + i : i + "/" + i + "/" + i;
+            return _random.bounded(3) == 0 ? i + separators[_random.bounded(2)] + third : i + "/" + second + "/" + third;
         }
         switch (_random.bounded(6)) {
         case 0:
@@ -493,6 +496,11 @@ void TestObjDifferential::cutSequencesReadAlike_data()
         << filler(kRead - 10, "\n") + "usemtl \xF1\r\r\x91\x91\x91n\nf 1 2 3\n";
     QTest::newRow("carriage returns across a read inside a sequence")
         << filler(kRead - 10, "\n") + "usemtl \xF1\r\r\r\x91\x91\x91n\nf 1 2 3\n";
+    // The corner reader loads words that run past the line's end: a face that ends a full read,
+    // and one that ends the text.
+    const QByteArray face = "f 1/1/1 2/2/2 3/3/3\n";
+    QTest::newRow("repeated corner fields ending a read")
+        << filler(kRead - face.size(), "\n") + face + face.chopped(1);
     // The stream's chunks count from the file's first byte, a UTF-8 mark included.
     QTest::newRow("truncated sequence after a UTF-8 mark")
         << "\xEF\xBB\xBF" + inVertex(kChunk - 3, "\xE2\x80", 2, "\n");

@@ -453,7 +453,8 @@ private:
     ObjMeshGatherer _gatherer;
     QList<ObjCorner> _corners;
     qint64 _lineNumber = 0;
-    bool _fieldRepeated[3] = { false, true, true }; // by the last plain corner, field by field
+    // By field (the first has none): whether the last plain corner's field repeated its first.
+    bool _fieldRepeated[3] = { false, true, true };
 };
 
 // The whole file through the line reader over a text stream, from its start, into a fresh mesh.

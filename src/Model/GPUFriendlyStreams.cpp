@@ -140,10 +140,8 @@ void ModelBuilder::buildGPUFriendlyStreams(bool mergeByIndices)
         for (uint32_t k = 0; k < faceCornerCount; ++k)
             cornerVertex[k] = tupleToVertex[cornerVertex[k]];
         // The tuple streams were made here and are held by nothing else: they are packed in place.
-        for (VertexAttribute *attribute : attributes) {
-            compactVertices(attribute->gpuValues->data(0), vertexBytes(*attribute), vertexToTuple.get(), vertexCount);
-            attribute->gpuValues->resize(vertexCount * size_t(attribute->componentsPerVertex));
-        }
+        for (VertexAttribute *attribute : attributes)
+            packGPUVertices(*attribute, vertexToTuple.get(), vertexCount);
     }
     logWeldStatistics(this, int(faceCornerCount), int(vertexCount), kIndexStride);
 }

@@ -2,6 +2,7 @@
 
 #include "GLTypes.h"
 #include "ModelDataArray.h"
+#include "VertexGather.h"
 
 #include <QelGL/InstanceDataPlan.h>
 #include <QelGL/InstanceDataRegistry.h>
@@ -64,6 +65,14 @@ QSharedPointer<ModelDataStream> ModelBuilder::newStreamToOverwrite(unsigned int 
     if (!makesModelDataArrays())
         return newStream(type, count);
     return QSharedPointer<ModelDataStream>(new ModelDataArray(type, count, Qt::Uninitialized));
+}
+
+void ModelBuilder::packGPUVertices(VertexAttribute &attribute, const unsigned int *survivors, size_t count)
+{
+    ModelDataStream &values = *attribute.gpuValues;
+    const size_t components = size_t(attribute.componentsPerVertex);
+    compactVertices(values.data(0), ModelDataStream::typeSize(values.type()) * components, survivors, count);
+    values.resize(count * components);
 }
 
 void ModelBuilder::adoptVertexAttribute(const QString &name, int componentsPerVertex, unsigned int type,

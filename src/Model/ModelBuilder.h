@@ -119,6 +119,10 @@ private:
     // Grows `stream` to `count` elements that the caller overwrites right away: the new elements
     // of a ModelDataArray are not zeroed first.
     static void growStreamToOverwrite(ModelDataStream &stream, size_t count);
+    // Packs an attribute's GPU values in place to the weld's survivors (rising, each at or
+    // after its new place) and cuts them to `count` vertices: for the streams the rebuild made
+    // and nothing else holds.
+    static void packGPUVertices(VertexAttribute &attribute, const unsigned int *survivors, size_t count);
     // True when the allocator is exactly the default one, whose streams are ModelDataArrays.
     bool makesModelDataArrays() const;
     // Creates or replaces an attribute whose values and indices are `values` and `indices`,

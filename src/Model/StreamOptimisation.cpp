@@ -10,7 +10,6 @@
 
 #include "Diagnostics.h"
 #include "GLTypes.h"
-#include "VertexGather.h"
 #include "VertexWeld.h"
 #include "WeldStatistics.h"
 #include "WorkArray.h"
@@ -97,10 +96,7 @@ void ModelBuilder::optimizeGPUStreams()
 
     // The value streams are the rebuild's own, held by nothing else: they are packed in place.
     for (VertexAttribute *attribute : attributes) {
-        ModelDataStream &values = *attribute->gpuValues;
-        compactVertices(values.data(0), vertexBytes(values, attribute->componentsPerVertex), newToOld.get(),
-            size_t(newVertexCount));
-        values.resize(size_t(newVertexCount) * size_t(attribute->componentsPerVertex));
+        packGPUVertices(*attribute, newToOld.get(), size_t(newVertexCount));
         attribute->gpuIndices = oldIndices;
     }
 

@@ -58,11 +58,6 @@ uint32_t cornerCount(ModelDataStream &verticesPerFace)
     return std::accumulate(counts, counts + verticesPerFace.size(), uint32_t(0));
 }
 
-size_t vertexBytes(const VertexAttribute &attribute)
-{
-    return ModelDataStream::typeSize(attribute.values->type()) * size_t(attribute.componentsPerVertex);
-}
-
 size_t valueCount(const VertexAttribute &attribute)
 {
     return attribute.componentsPerVertex > 0 ? attribute.values->size() / size_t(attribute.componentsPerVertex) : 0;
@@ -116,14 +111,15 @@ void ModelBuilder::buildGPUFriendlyStreams(bool mergeByIndices)
     QVarLengthArray<VertexWeldStream, 8> tupleValues;
     for (qsizetype a = 0; a < attributes.size(); ++a) {
         VertexAttribute *attribute = attributes[a];
+        const size_t bytes = vertexBytes(*attribute->values, attribute->componentsPerVertex);
         const QSharedPointer<ModelDataStream> gpuValues
             = newStreamToOverwrite(attribute->values->type(), tupleCount * size_t(attribute->componentsPerVertex));
-        gatherVertices(gpuValues->data(0), attribute->values->data(0), vertexBytes(*attribute),
+        gatherVertices(gpuValues->data(0), attribute->values->data(0), bytes,
             valueOfTuple.get() + size_t(tupleStreamOf[a]) * faceCornerCount, tupleCount);
         releaseUsedStream(attribute->values);
         attribute->gpuValues = gpuValues;
         attribute->gpuIndices = cornerVertices;
-        tupleValues.append({ gpuValues->data(0), vertexBytes(*attribute) });
+        tupleValues.append({ gpuValues->data(0), bytes });
     }
     valueOfTuple.reset();
     if (mergeByIndices) {

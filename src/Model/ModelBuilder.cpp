@@ -67,12 +67,16 @@ QSharedPointer<ModelDataStream> ModelBuilder::newStreamToOverwrite(unsigned int 
     return QSharedPointer<ModelDataStream>(new ModelDataArray(type, count, Qt::Uninitialized));
 }
 
+size_t ModelBuilder::vertexBytes(const ModelDataStream &values, int componentsPerVertex)
+{
+    return ModelDataStream::typeSize(values.type()) * size_t(componentsPerVertex);
+}
+
 void ModelBuilder::packGPUVertices(VertexAttribute &attribute, const unsigned int *survivors, size_t count)
 {
     ModelDataStream &values = *attribute.gpuValues;
-    const size_t components = size_t(attribute.componentsPerVertex);
-    compactVertices(values.data(0), ModelDataStream::typeSize(values.type()) * components, survivors, count);
-    values.resize(count * components);
+    compactVertices(values.data(0), vertexBytes(values, attribute.componentsPerVertex), survivors, count);
+    values.resize(count * size_t(attribute.componentsPerVertex));
 }
 
 void ModelBuilder::adoptVertexAttribute(const QString &name, int componentsPerVertex, unsigned int type,

@@ -123,6 +123,8 @@ private:
     // after its new place) and cuts them to `count` vertices: for the streams the rebuild made
     // and nothing else holds.
     static void packGPUVertices(VertexAttribute &attribute, const unsigned int *survivors, size_t count);
+    // Bytes of one vertex of `values`, which hold `componentsPerVertex` elements per vertex.
+    static size_t vertexBytes(const ModelDataStream &values, int componentsPerVertex);
     // True when the allocator is exactly the default one, whose streams are ModelDataArrays.
     bool makesModelDataArrays() const;
     // Creates or replaces an attribute whose values and indices are `values` and `indices`,

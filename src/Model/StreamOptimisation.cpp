@@ -22,11 +22,6 @@ namespace Vardune::Qel {
 
 namespace {
 
-size_t vertexBytes(ModelDataStream &values, int componentsPerVertex)
-{
-    return ModelDataStream::typeSize(values.type()) * size_t(componentsPerVertex);
-}
-
 // The rebuild without index merging leaves every corner its own vertex; the weld's numbering is
 // then the new index stream itself and needs no separate map or renumbering pass.
 bool cornersAreVertices(ModelDataStream &indices, int vertexCount)

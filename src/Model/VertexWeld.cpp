@@ -5,11 +5,12 @@
 // once at 1.5 slots per vertex but used, and touched, only as far as the distinct vertices need:
 // it doubles (and is refilled from the survivor list) whenever it is half full, so a mesh with
 // few distinct vertices keeps a small, cache-friendly table; when most vertices so far were
-// distinct it grows to its largest size at once. Each vertex is hashed over its
-// bytes, attribute by attribute, a few vertices ahead of its lookup, and its home slot is
-// prefetched then, so that cache misses overlap instead of queueing; refills prefetch the same
-// way, which matters most when nearly every vertex is distinct and the refills place about as
-// many vertices as the lookups.
+// distinct it grows to its largest size at once. All vertices are hashed over their bytes
+// first, attribute by attribute in blocks of vertices (one tight loop per attribute), the
+// hashes kept in the remap array until each vertex's turn; the home slot of a vertex a few
+// places ahead is prefetched at every lookup, so that cache misses overlap instead of queueing.
+// Refills prefetch the same way, which matters most when nearly every vertex is distinct and the
+// refills place about as many vertices as the lookups.
 // Below 2^24 vertices every slot also holds 8 bits of its vertex's hash, so that the probes pass
 // over nearly every vertex of another content without the cache miss of reading its bytes.
 // Cost: one hash and usually one probe per vertex, a byte comparison only against candidates in
@@ -24,6 +25,7 @@
 #include <algorithm>
 #include <cstdint>
 #include <cstring>
+#include <type_traits>
 
 namespace Vardune::Qel {
 
@@ -36,8 +38,9 @@ constexpr unsigned int kEmptySlot = ~0u;
 constexpr size_t kTaggedVertexLimit = (size_t(1) << 24) - 1;
 constexpr int kTagShift = 24;
 constexpr unsigned int kNumberMask = (1u << kTagShift) - 1;
-// How many vertices ahead the home slot is prefetched, a power of two; the vertex found in it
-// is prefetched at half that distance, once the slot has arrived.
+// How many vertices ahead the home slot is prefetched, a power of two (the refills keep a ring
+// of pending hashes); the vertex found in it is prefetched at half that distance, once the slot
+// has arrived.
 constexpr size_t kLookahead = 16;
 // Slots of the table before it first grows.
 constexpr size_t kInitialCapacity = 4096;
@@ -57,6 +60,40 @@ inline uint64_t mix(uint64_t hash, uint64_t word)
     return ((hash << 27) | (hash >> 37)) ^ (word * 0x9E3779B97F4A7C15ull);
 }
 
+// Mixes one vertex's bytes of one stream into the hash: 8-byte words, then a 4-byte word, then
+// single bytes.
+inline uint64_t mixBytes(uint64_t hash, const unsigned char *bytes, size_t remaining)
+{
+    for (; remaining >= 8; remaining -= 8, bytes += 8)
+        hash = mix(hash, load<uint64_t>(bytes));
+    if (remaining >= 4) {
+        hash = mix(hash, load<uint32_t>(bytes));
+        remaining -= 4;
+        bytes += 4;
+    }
+    for (; remaining > 0; --remaining, ++bytes)
+        hash = mix(hash, *bytes);
+    return hash;
+}
+
+inline uint32_t finish(uint64_t hash)
+{
+    hash = (hash ^ (hash >> 31)) * 0xD6E8FEB86659FD93ull;
+    return static_cast<uint32_t>(hash >> 32);
+}
+
+// One stream's bytes mixed into the hashes of `count` vertices. With a vertex size known at
+// compile time (the usual ones) the compiler lays each vertex's words out.
+template<typename VertexBytes>
+void mixColumn(uint64_t *hashes, const unsigned char *bytes, size_t count, VertexBytes vertexBytes)
+{
+    for (size_t i = 0; i < count; ++i)
+        hashes[i] = mixBytes(hashes[i], bytes + i * size_t(vertexBytes), vertexBytes);
+}
+
+template<size_t Bytes>
+using VertexSize = std::integral_constant<size_t, Bytes>;
+
 struct VertexHasher
 {
     const VertexWeldStream *streams;
@@ -67,20 +104,45 @@ struct VertexHasher
     {
         uint64_t hash = 0;
         for (size_t s = 0; s < streamCount; ++s) {
-            size_t remaining = streams[s].vertexBytes;
-            const unsigned char *bytes = static_cast<const unsigned char *>(streams[s].data) + vertex * remaining;
-            for (; remaining >= 8; remaining -= 8, bytes += 8)
-                hash = mix(hash, load<uint64_t>(bytes));
-            if (remaining >= 4) {
-                hash = mix(hash, load<uint32_t>(bytes));
-                remaining -= 4;
-                bytes += 4;
-            }
-            for (; remaining > 0; --remaining, ++bytes)
-                hash = mix(hash, *bytes);
+            const size_t vertexBytes = streams[s].vertexBytes;
+            const auto *bytes = static_cast<const unsigned char *>(streams[s].data) + vertex * vertexBytes;
+            hash = mixBytes(hash, bytes, vertexBytes);
         }
-        hash = (hash ^ (hash >> 31)) * 0xD6E8FEB86659FD93ull;
-        return static_cast<uint32_t>(hash >> 32);
+        return finish(hash);
+    }
+
+    // hash() of every vertex, computed stream by stream over blocks of vertices: each stream's
+    // loop then runs over one vertex size, without a branch per vertex on the streams' sizes.
+    void hashAll(unsigned int *hashes, size_t vertexCount) const
+    {
+        constexpr size_t kBlock = 256;
+        uint64_t block[kBlock];
+        for (size_t first = 0; first < vertexCount; first += kBlock) {
+            const size_t count = std::min(kBlock, vertexCount - first);
+            std::fill(block, block + count, uint64_t(0));
+            for (size_t s = 0; s < streamCount; ++s) {
+                const size_t vertexBytes = streams[s].vertexBytes;
+                const auto *bytes = static_cast<const unsigned char *>(streams[s].data) + first * vertexBytes;
+                switch (vertexBytes) {
+                case 4:
+                    mixColumn(block, bytes, count, VertexSize<4>());
+                    break;
+                case 8:
+                    mixColumn(block, bytes, count, VertexSize<8>());
+                    break;
+                case 12:
+                    mixColumn(block, bytes, count, VertexSize<12>());
+                    break;
+                case 16:
+                    mixColumn(block, bytes, count, VertexSize<16>());
+                    break;
+                default:
+                    mixColumn(block, bytes, count, vertexBytes);
+                }
+            }
+            for (size_t i = 0; i < count; ++i)
+                hashes[first + i] = finish(block[i]);
+        }
     }
 
     bool equal(size_t a, size_t b) const
@@ -170,25 +232,20 @@ size_t weldVertices(unsigned int *remap, unsigned int *survivors, size_t vertexC
     size_t capacity = std::min(maxCapacity, kInitialCapacity);
     std::memset(table.get(), 0xFF, capacity * sizeof(unsigned int));
 
-    uint32_t pendingHashes[kLookahead];
-    const auto hashAhead = [&](size_t vertex) {
-        const uint32_t hash = hasher.hash(vertex);
-        prefetch(&table[slotOf(hash, capacity)]);
-        return hash;
-    };
+    // Every vertex's hash waits in its remap entry until the vertex's turn.
+    hasher.hashAll(remap, vertexCount);
     for (size_t vertex = 0; vertex < kLookahead && vertex < vertexCount; ++vertex)
-        pendingHashes[vertex] = hashAhead(vertex);
+        prefetch(&table[slotOf(remap[vertex], capacity)]);
 
     size_t distinctCount = 0;
     for (size_t vertex = 0; vertex < vertexCount; ++vertex) {
-        uint32_t &pending = pendingHashes[vertex % kLookahead];
-        const uint32_t hash = pending;
+        const uint32_t hash = remap[vertex];
         size_t slot = slotOf(hash, capacity);
         if (vertex + kLookahead < vertexCount)
-            pending = hashAhead(vertex + kLookahead);
+            prefetch(&table[slotOf(remap[vertex + kLookahead], capacity)]);
         // Written out here: GCC drops calls to a function whose only effect is a prefetch.
         if (vertex + kLookahead / 2 < vertexCount) {
-            const uint32_t candidateHash = pendingHashes[(vertex + kLookahead / 2) % kLookahead];
+            const uint32_t candidateHash = remap[vertex + kLookahead / 2];
             const unsigned int candidateEntry = table[slotOf(candidateHash, capacity)];
             if (candidateEntry != kEmptySlot && format.mayMatch(candidateEntry, candidateHash)) {
                 const unsigned int candidate = format.vertex(candidateEntry);

@@ -18,7 +18,8 @@ struct VertexWeldStream
 // before it gets the next number. Bytes are compared exactly, so 0.0 and -0.0 stay apart and
 // equal NaN bit patterns merge. On return remap[i] is the number of vertex i and
 // survivors[n], for n below the result, the first vertex numbered n. Both arrays hold
-// `vertexCount` entries; `vertexCount` must be below 2^31.
+// `vertexCount` entries and lie outside the streams (remap holds the vertices' hashes until
+// their turn); `vertexCount` must be below 2^31.
 //
 // Working memory: one table of 6 bytes per vertex, allocated once and freed on return; only the
 // part that the distinct vertices need (at most 16 bytes per distinct vertex, 16 KiB to start)

@@ -173,6 +173,8 @@ private slots:
     void narrowIndexStreamIsReportedAndKept();
     void manyDistinctVerticesKeepTheirNumbers();
     void randomMeshesMatchReferenceWeld();
+    void repeatsAfterTheTableGrowsAreFound_data();
+    void repeatsAfterTheTableGrowsAreFound();
     void indexTuplesNumberInFirstAppearanceOrder_data();
     void indexTuplesNumberInFirstAppearanceOrder();
 };
@@ -584,6 +586,50 @@ void TestGPUStreams::randomMeshesMatchReferenceWeld()
         }
         QCOMPARE(quiet.texts(QtDebugMsg), QStringList { statisticsLine(builder, counts.constData()) });
     }
+}
+
+void TestGPUStreams::repeatsAfterTheTableGrowsAreFound_data()
+{
+    QTest::addColumn<QList<int>>("vertexBytes");
+    QTest::newRow("4 bytes") << QList<int> { 4 };
+    QTest::newRow("8 bytes") << QList<int> { 8 };
+    QTest::newRow("12 bytes") << QList<int> { 12 };
+    QTest::newRow("16 bytes") << QList<int> { 16 };
+    QTest::newRow("3 bytes") << QList<int> { 3 };
+    QTest::newRow("position, texture coordinate, normal") << QList<int> { 12, 8, 12 };
+    QTest::newRow("20 bytes and 1") << QList<int> { 20, 1 };
+}
+
+// 5,000 distinct vertices fill the table past its first size, so that it is refilled from the
+// hashes of single vertices, then come again in reverse order: each must be found where the
+// refill put it, whatever the vertex size.
+void TestGPUStreams::repeatsAfterTheTableGrowsAreFound()
+{
+    QFETCH(QList<int>, vertexBytes);
+    constexpr unsigned int distinct = 5000;
+    const auto contentOf = [](unsigned int vertex) { return vertex < distinct ? vertex : 2 * distinct - 1 - vertex; };
+    QList<QByteArray> data;
+    QList<VertexWeldStream> streams;
+    for (qsizetype s = 0; s < vertexBytes.size(); ++s) {
+        QByteArray bytes(qsizetype(2 * distinct) * vertexBytes[s], Qt::Uninitialized);
+        for (unsigned int vertex = 0; vertex < 2 * distinct; ++vertex) {
+            const unsigned int content = contentOf(vertex);
+            char *vertexData = bytes.data() + qsizetype(vertex) * vertexBytes[s];
+            for (int b = 0; b < vertexBytes[s]; ++b)
+                vertexData[b] = char(b < 2 ? content >> (8 * b) : content * 7 + b * (s + 3));
+        }
+        data.append(bytes);
+        streams.append({ data.last().constData(), size_t(vertexBytes[s]) });
+    }
+    QList<unsigned int> remap(2 * distinct), survivors(2 * distinct);
+
+    QCOMPARE(weldVertices(remap.data(), survivors.data(), remap.size(), streams.constData(), size_t(streams.size())),
+        size_t(distinct));
+
+    for (unsigned int vertex = 0; vertex < 2 * distinct; ++vertex)
+        QCOMPARE(remap[vertex], contentOf(vertex));
+    for (unsigned int n = 0; n < distinct; ++n)
+        QCOMPARE(survivors[n], n);
 }
 
 void TestGPUStreams::indexTuplesNumberInFirstAppearanceOrder_data()

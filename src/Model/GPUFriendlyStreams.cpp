@@ -14,6 +14,9 @@
 // every corner gives. The statistics line still counts corners. Cost: one numbering of the
 // corners' index tuples (usually one lookup in a per-value array and one nearby record per
 // corner), one weld over the distinct tuples' values, one block copy per tuple per attribute.
+//
+// An upload that keeps nothing (a single-use builder with no face to draw) needs the weld for
+// its statistics line alone: the tuple vertices then go to one scratch block, not to streams.
 
 #include "ModelBuilder.h"
 
@@ -63,9 +66,15 @@ size_t valueCount(const VertexAttribute &attribute)
     return attribute.componentsPerVertex > 0 ? attribute.values->size() / size_t(attribute.componentsPerVertex) : 0;
 }
 
+// The 32-bit words that hold `count` vertices of `bytes` bytes.
+size_t wordsFor(size_t count, size_t bytes)
+{
+    return (count * bytes + 3) / 4;
+}
+
 } // namespace
 
-void ModelBuilder::buildGPUFriendlyStreams(bool mergeByIndices)
+void ModelBuilder::buildGPUFriendlyStreams(bool mergeByIndices, RebuildOutput output)
 {
     if (!needsRebuild(_vertexAttributes))
         return;
@@ -108,20 +117,42 @@ void ModelBuilder::buildGPUFriendlyStreams(bool mergeByIndices)
     for (VertexAttribute *attribute : attributes)
         releaseUsedStream(attribute->indices);
 
+    // The statistics alone need the tuple vertices for the weld only: they and the weld's two
+    // maps share one block, which spares a stream per attribute, the allocations and the packing.
+    const bool statisticsOnly = output == RebuildOutput::StatisticsOnly;
+    size_t scratchWords = statisticsOnly ? 2 * tupleCount : 0;
+    for (qsizetype a = 0; statisticsOnly && a < attributes.size(); ++a)
+        scratchWords += wordsFor(tupleCount, vertexBytes(*attributes[a]->values, attributes[a]->componentsPerVertex));
+    const WorkArray scratch(scratchWords);
+    unsigned int *const weldMaps = scratch.get();
+    unsigned int *nextScratch = weldMaps + (statisticsOnly ? 2 * tupleCount : 0);
+
     QVarLengthArray<VertexWeldStream, 8> tupleValues;
     for (qsizetype a = 0; a < attributes.size(); ++a) {
         VertexAttribute *attribute = attributes[a];
         const size_t bytes = vertexBytes(*attribute->values, attribute->componentsPerVertex);
-        const QSharedPointer<ModelDataStream> gpuValues
-            = newStreamToOverwrite(attribute->values->type(), tupleCount * size_t(attribute->componentsPerVertex));
-        gatherVertices(gpuValues->data(0), attribute->values->data(0), bytes,
+        void *target = nullptr;
+        if (statisticsOnly) {
+            target = nextScratch;
+            nextScratch += wordsFor(tupleCount, bytes);
+        } else {
+            attribute->gpuValues = newStreamToOverwrite(
+                attribute->values->type(), tupleCount * size_t(attribute->componentsPerVertex));
+            attribute->gpuIndices = cornerVertices;
+            target = attribute->gpuValues->data(0);
+        }
+        gatherVertices(target, attribute->values->data(0), bytes,
             valueOfTuple.get() + size_t(tupleStreamOf[a]) * faceCornerCount, tupleCount);
         releaseUsedStream(attribute->values);
-        attribute->gpuValues = gpuValues;
-        attribute->gpuIndices = cornerVertices;
-        tupleValues.append({ gpuValues->data(0), bytes });
+        tupleValues.append({ target, bytes });
     }
     valueOfTuple.reset();
+    if (statisticsOnly) {
+        const size_t vertexCount = weldVertices(
+            weldMaps, weldMaps + tupleCount, tupleCount, tupleValues.data(), size_t(tupleValues.size()));
+        logWeldStatistics(this, int(faceCornerCount), int(vertexCount), kIndexStride);
+        return;
+    }
     if (mergeByIndices) {
         optimizeGPUStreams();
         return;

@@ -135,7 +135,10 @@ private:
     // Likewise the corner counts of every face, for a builder that has no face yet.
     void adoptVertexCountsOfFaces(QByteArray &&cornerCounts);
 
-    void buildGPUFriendlyStreams(bool mergeByIndices);
+    // What a rebuild leaves: the GPU streams, or, for an upload that keeps nothing, only the
+    // statistics line of the weld by bytes (mergeByIndices false).
+    enum class RebuildOutput { Streams, StatisticsOnly };
+    void buildGPUFriendlyStreams(bool mergeByIndices, RebuildOutput output = RebuildOutput::Streams);
     void optimizeGPUStreams();
     void prepareMaterialGroupForUpload(const QString &name, const MaterialGroup &group,
                                        const QSharedPointer<ModelDataStream> &positions,

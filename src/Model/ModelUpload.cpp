@@ -16,6 +16,8 @@
 
 #include <QMessageLogger>
 
+#include <algorithm>
+
 namespace Vardune::Qel {
 
 namespace {
@@ -41,8 +43,17 @@ void ModelBuilder::upload(GPUModel *model, const InstanceData &instanceData, con
         QMessageLogger(nullptr, 0, nullptr).warning("upload refused: %s", qUtf8Printable(violation));
         return;
     }
-    if (preparing)
+    if (preparing) {
+        // A builder uploaded once and then discarded keeps nothing for later: with no face to
+        // draw, the weld's statistics line is all that is left to write.
+        const bool anyFaceToDraw = std::any_of(_materialGroups.cbegin(), _materialGroups.cend(),
+                                               [](const MaterialGroup &group) { return !group.faces->isEmpty(); });
+        if (_releasesUsedStreams && !anyFaceToDraw) {
+            buildGPUFriendlyStreams(false, RebuildOutput::StatisticsOnly);
+            return;
+        }
         prepareForUpload(positionAttributeName);
+    }
     // Without a draw to hold them, the buffers would be deleted on return, unused.
     if (_drawCommands.isEmpty())
         return;

@@ -1,8 +1,10 @@
 // The import against the plain reading through Qt's own calls (ReferenceObjReader): the same
 // gathered arrays on generated text full of edge cases, and on every corpus file the same
-// builder contents, messages and uploaded GPU data.
+// builder contents, messages and uploaded GPU data; and loadModelFromOBJFile, which uploads its
+// builder once, against an import whose builder keeps everything: the same messages.
 
 #include "GLTestContext.h"
+#include "LoadModelFromOBJFile.h"
 #include "MessageCapture.h"
 #include "ModelBuilderProbe.h"
 #include "ModelDataArray.h"
@@ -24,6 +26,7 @@
 #include <cmath>
 #include <cstdio>
 #include <cstring>
+#include <memory>
 
 using namespace Vardune::Qel;
 
@@ -286,6 +289,26 @@ Import importWith(const QString &path, bool reference)
     return result;
 }
 
+// loadModelFromOBJFile's messages and draws. Its builder is uploaded once and discarded, so the
+// upload frees each stream once used and, with no face to draw, builds no stream at all: the
+// messages must still be those of an upload that keeps everything.
+struct Load
+{
+    QStringList messages;
+    int draws = -1;
+};
+
+Load loadWhole(const QString &path)
+{
+    Load result;
+    MessageCapture capture;
+    QString error;
+    const std::unique_ptr<GPUModel> model(loadModelFromOBJFile(path, error));
+    result.messages = messageTexts(capture);
+    result.draws = model ? model->drawCount() : -1;
+    return result;
+}
+
 } // namespace
 
 class TestObjDifferential : public QObject
@@ -299,6 +322,8 @@ private slots:
     void textStartsReadAlike();
     void cutSequencesReadAlike_data();
     void cutSequencesReadAlike();
+    void singleUseLoadsAlike_data();
+    void singleUseLoadsAlike();
     void corpusImportsAlike_data();
     void corpusImportsAlike();
 
@@ -514,6 +539,32 @@ void TestObjDifferential::cutSequencesReadAlike()
     QVERIFY2(difference.isNull(), qPrintable(difference));
 }
 
+void TestObjDifferential::singleUseLoadsAlike_data()
+{
+    QTest::addColumn<QByteArray>("faces");
+    QTest::addColumn<int>("draws");
+    // Vertex 4 repeats the bytes of vertex 1 under other indices: the weld merges them.
+    QTest::newRow("drawn") << QByteArray("f 1/1/1 2/2/1 3/1/1\nf 4/1/1 2/2/1 3/1/1\n") << 1;
+    QTest::newRow("undefined material") << QByteArray("usemtl nowhere\nf 1/1/1 2/2/1 3/1/1\nf 4/1/1 2/2/1 3/1/1\n")
+                                        << 0;
+    QTest::newRow("drawn, then undefined")
+        << QByteArray("f 1/1/1 2/2/1 3/1/1\nusemtl nowhere\nf 4/1/1 2/2/1 3/1/1\n") << 1;
+}
+
+void TestObjDifferential::singleUseLoadsAlike()
+{
+    QFETCH(QByteArray, faces);
+    QFETCH(int, draws);
+    QEL_REQUIRE_GL(_gl);
+    const QString path = _files.write(QStringLiteral("single-use.obj"),
+        "v 0 0 0\nv 1 0 0\nv 0 1 0\nv 0 0 0\nvt 0 0\nvt 1 0\nvn 0 0 1\n" + faces);
+    const Load loaded = loadWhole(path);
+    QCOMPARE(loaded.draws, draws);
+    QCOMPARE(loaded.messages, importWith(path, false).messages);
+    QVERIFY(loaded.messages.contains(
+        QString::number(int(QtDebugMsg)) + QStringLiteral("Vertices Map        6 ->        3 d        3 ( 50 %) 4")));
+}
+
 void TestObjDifferential::corpusImportsAlike_data()
 {
     QTest::addColumn<QString>("path");
@@ -542,6 +593,7 @@ void TestObjDifferential::corpusImportsAlike()
     QCOMPARE(imported.error, reference.error);
     QCOMPARE(imported.messages, reference.messages);
     QVERIFY(imported.state == reference.state);
+    QCOMPARE(loadWhole(path).messages, imported.messages);
 }
 
 QTEST_MAIN(TestObjDifferential)

@@ -14,6 +14,8 @@
 // every corner gives. The statistics line still counts corners. Cost: one numbering of the
 // corners' index tuples (usually one lookup in a per-value array and one nearby record per
 // corner), one weld over the distinct tuples' values, one block copy per tuple per attribute.
+// The numbering pays only where tuples repeat: when an attribute has at least half as many
+// values as there are corners, the weld without merging takes every corner as it is.
 //
 // An upload that keeps nothing (a single-use builder with no face to draw) needs the weld for
 // its statistics line alone: the tuple vertices then go to one scratch block, not to streams.
@@ -106,16 +108,34 @@ void ModelBuilder::buildGPUFriendlyStreams(bool mergeByIndices, RebuildOutput ou
         = _releasesUsedStreams && firstIndices->type() == kIndexType && firstIndices->size() == faceCornerCount;
     const QSharedPointer<ModelDataStream> cornerVertices
         = numberInPlace ? firstIndices : newStreamToOverwrite(kIndexType, faceCornerCount);
-    // Each attribute's value number per tuple, all read before a single-use upload frees the
-    // input index streams (the largest input), and so before any GPU value stream is made.
-    // Only the distinct tuples' entries are touched.
-    const size_t streamCount = size_t(indexTuples.size());
-    WorkArray valueOfTuple(streamCount * size_t(faceCornerCount));
     auto *cornerVertex = static_cast<unsigned int *>(cornerVertices->data(0));
-    const size_t tupleCount
-        = numberIndexTuples(cornerVertex, valueOfTuple.get(), faceCornerCount, indexTuples.data(), streamCount);
-    for (VertexAttribute *attribute : attributes)
-        releaseUsedStream(attribute->indices);
+    const auto releaseIndices = [this, &attributes] {
+        for (VertexAttribute *attribute : attributes)
+            releaseUsedStream(attribute->indices);
+    };
+    // Numbering the tuples spares the weld the corners that repeat one. Where an attribute has
+    // at least half as many values as there are corners (a normal written for each corner),
+    // few can, and the corners themselves are welded: every corner is a tuple of its own.
+    size_t mostValues = 0;
+    for (const IndexTupleStream &stream : indexTuples)
+        mostValues = std::max(mostValues, stream.valueCount);
+    const bool numberTuples = mergeByIndices || 2 * mostValues < faceCornerCount;
+    // Each attribute's value number per tuple. A numbering reads them all before a single-use
+    // upload frees the input index streams (the largest input), and so before any GPU value
+    // stream is made, and touches only the distinct tuples' entries; corners welded as they are
+    // read the index streams themselves, which are freed once gathered.
+    const size_t streamCount = size_t(indexTuples.size());
+    WorkArray valueOfTuple(numberTuples ? streamCount * size_t(faceCornerCount) : 0);
+    QVarLengthArray<const unsigned int *, 8> valueOfTupleIn; // per stream
+    for (size_t stream = 0; stream < streamCount; ++stream) {
+        valueOfTupleIn.append(
+            numberTuples ? valueOfTuple.get() + stream * faceCornerCount : indexTuples[stream].indices);
+    }
+    const size_t tupleCount = numberTuples
+        ? numberIndexTuples(cornerVertex, valueOfTuple.get(), faceCornerCount, indexTuples.data(), streamCount)
+        : faceCornerCount;
+    if (numberTuples)
+        releaseIndices();
 
     // The statistics alone need the tuple vertices for the weld only: they and the weld's two
     // maps share one block, which spares a stream per attribute, the allocations and the packing.
@@ -141,12 +161,13 @@ void ModelBuilder::buildGPUFriendlyStreams(bool mergeByIndices, RebuildOutput ou
             attribute->gpuIndices = cornerVertices;
             target = attribute->gpuValues->data(0);
         }
-        gatherVertices(target, attribute->values->data(0), bytes,
-            valueOfTuple.get() + size_t(tupleStreamOf[a]) * faceCornerCount, tupleCount);
+        gatherVertices(target, attribute->values->data(0), bytes, valueOfTupleIn[tupleStreamOf[a]], tupleCount);
         releaseUsedStream(attribute->values);
         tupleValues.append({ target, bytes });
     }
     valueOfTuple.reset();
+    if (!numberTuples)
+        releaseIndices();
     if (statisticsOnly) {
         const size_t vertexCount = weldVertices(
             weldMaps, weldMaps + tupleCount, tupleCount, tupleValues.data(), size_t(tupleValues.size()));
@@ -158,13 +179,14 @@ void ModelBuilder::buildGPUFriendlyStreams(bool mergeByIndices, RebuildOutput ou
         return;
     }
 
-    // The byte weld of the tuple vertices, composed with the tuple numbering of the corners.
-    const WorkArray tupleToVertex(tupleCount);
+    // The byte weld of the tuple vertices, composed with the tuple numbering of the corners; a
+    // weld of the corners themselves numbers them in place.
+    const WorkArray tupleToVertex(numberTuples ? tupleCount : 0);
     const WorkArray vertexToTuple(tupleCount);
-    const size_t vertexCount = weldVertices(
-        tupleToVertex.get(), vertexToTuple.get(), tupleCount, tupleValues.data(), size_t(tupleValues.size()));
+    const size_t vertexCount = weldVertices(numberTuples ? tupleToVertex.get() : cornerVertex, vertexToTuple.get(),
+        tupleCount, tupleValues.data(), size_t(tupleValues.size()));
     if (vertexCount < tupleCount) { // else every tuple vertex keeps its number and its place
-        for (uint32_t k = 0; k < faceCornerCount; ++k)
+        for (uint32_t k = 0; numberTuples && k < faceCornerCount; ++k)
             cornerVertex[k] = tupleToVertex[cornerVertex[k]];
         // The tuple streams were made here and are held by nothing else: they are packed in place.
         for (VertexAttribute *attribute : attributes)

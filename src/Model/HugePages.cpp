@@ -134,6 +134,18 @@ void resizeHugePageBytes(QByteArray &bytes, qsizetype size)
         adviseBytes(bytes, size, Growth::Expected);
 }
 
+void shrinkHugePageBytes(QByteArray &bytes, qsizetype size)
+{
+#if defined(__linux__) && defined(__GLIBC__)
+    const uintptr_t start = uintptr_t(bytes.constData());
+    const uintptr_t keptEnd = (start + size_t(size) + kHugePageBytes - 1) & ~uintptr_t(kHugePageBytes - 1);
+    const uintptr_t usedEnd = start + size_t(bytes.size());
+    if (size < bytes.size() && keptEnd < usedEnd)
+        madvise(reinterpret_cast<void *>(keptEnd), usedEnd - keptEnd, MADV_DONTNEED);
+#endif
+    bytes.resize(size);
+}
+
 void *hugePageMalloc(size_t size)
 {
     void *block = std::malloc(getsHugePages(size) ? mappedRequest(size) : size);

@@ -1,6 +1,7 @@
 #include "ModelBuilder.h"
 
 #include "GLTypes.h"
+#include "HugePages.h"
 #include "ModelDataArray.h"
 #include "VertexGather.h"
 
@@ -10,6 +11,7 @@
 #include <QMessageLogger>
 
 #include <typeinfo>
+#include <utility>
 
 namespace Vardune::Qel {
 
@@ -33,11 +35,51 @@ ModelBuilder::ModelBuilder(QSharedPointer<ModelDataStreamAllocator> allocator, s
     static const bool planRegistered = (registerInstanceInfoPlan(), true);
     Q_UNUSED(planRegistered);
 
+    _spareBlock = QSharedPointer<SpareBlock>::create();
     _verticesPerFace = newStream(kIndexType, 0);
     _triangleIndices = newStream(kIndexType, 0);
 }
 
-ModelBuilder::~ModelBuilder() = default;
+ModelBuilder::~ModelBuilder()
+{
+    keepFreedBlocks(false);
+}
+
+void ModelBuilder::keepFreedBlocks(bool keep) const
+{
+    _spareBlock->keeping = keep && _releasesUsedStreams;
+    if (!keep)
+        freeSpareBlock();
+}
+
+void ModelBuilder::freeSpareBlock() const
+{
+    _spareBlock->bytes = QByteArray();
+}
+
+QSharedPointer<ModelDataStream> ModelBuilder::ownArray(ModelDataArray *array) const
+{
+    return QSharedPointer<ModelDataStream>(array, [spare = _spareBlock](ModelDataStream *stream) {
+        auto *freed = static_cast<ModelDataArray *>(stream);
+        // A block shared with a copy would be copied on its first write.
+        if (spare->keeping && freed->_data.isDetached() && size_t(freed->_data.size()) >= kSmallestHugePageArrayBytes)
+            spare->bytes = std::move(freed->_data);
+        delete freed;
+    });
+}
+
+QByteArray ModelBuilder::spareOrFreshBytes(unsigned int type, size_t count) const
+{
+    const auto length = qsizetype(ModelDataStream::typeSize(type) * count);
+    QByteArray bytes = std::exchange(_spareBlock->bytes, QByteArray());
+    if (size_t(length) < kSmallestHugePageArrayBytes || bytes.capacity() < length)
+        return hugePageBytes(length);
+    if (bytes.size() > length)
+        shrinkHugePageBytes(bytes, length);
+    else
+        bytes.resize(length);
+    return bytes;
+}
 
 QSharedPointer<ModelDataStream> ModelBuilder::newStream(unsigned int type, size_t count) const
 {
@@ -64,7 +106,7 @@ QSharedPointer<ModelDataStream> ModelBuilder::newStreamToOverwrite(unsigned int 
 {
     if (!makesModelDataArrays())
         return newStream(type, count);
-    return QSharedPointer<ModelDataStream>(new ModelDataArray(type, count, Qt::Uninitialized));
+    return ownArray(new ModelDataArray(type, spareOrFreshBytes(type, count)));
 }
 
 size_t ModelBuilder::vertexBytes(const ModelDataStream &values, int componentsPerVertex)
@@ -83,8 +125,8 @@ void ModelBuilder::adoptVertexAttribute(const QString &name, int componentsPerVe
                                         QByteArray &&values, QByteArray &&indices)
 {
     VertexAttribute &attribute = _vertexAttributes[name];
-    attribute.values.reset(new ModelDataArray(type, std::move(values)));
-    attribute.indices.reset(new ModelDataArray(kIndexType, std::move(indices)));
+    attribute.values = ownArray(new ModelDataArray(type, std::move(values)));
+    attribute.indices = ownArray(new ModelDataArray(kIndexType, std::move(indices)));
     attribute.gpuValues.reset();
     attribute.gpuIndices.reset();
     attribute.componentsPerVertex = componentsPerVertex;
@@ -92,7 +134,7 @@ void ModelBuilder::adoptVertexAttribute(const QString &name, int componentsPerVe
 
 void ModelBuilder::adoptVertexCountsOfFaces(QByteArray &&cornerCounts)
 {
-    _verticesPerFace.reset(new ModelDataArray(kIndexType, std::move(cornerCounts)));
+    _verticesPerFace = ownArray(new ModelDataArray(kIndexType, std::move(cornerCounts)));
 }
 
 void ModelBuilder::createVertexAttribute(const QString &name, int componentsPerVertex, unsigned int type,

@@ -5,6 +5,7 @@
 #include <QelGL/DrawElementsIndirectCommand.h>
 #include <QelGL/InstanceData.h>
 
+#include <QByteArray>
 #include <QHash>
 #include <QList>
 #include <QSharedPointer>
@@ -15,6 +16,7 @@ namespace Vardune::Qel {
 class BufferObject;
 class DrawBuffers;
 class GPUModel;
+class ModelDataArray;
 class OpenGLDeviceContext;
 
 // Collects one polygon mesh as modelling formats hold it and uploads it the way a GPU draws it.
@@ -168,6 +170,24 @@ private:
     // For a builder uploaded once and then discarded: the upload frees each stream as soon as it
     // has no further use, so that peak memory is not the sum of every stage's streams.
     bool _releasesUsedStreams = false;
+    // The block of the array that a single-use upload freed last, kept for the next array it
+    // makes: its pages are in memory already, a fresh block's are not. One block at most, and
+    // only between stages that make their arrays right after freeing others, so that peak
+    // memory stays that of freeing at once.
+    struct SpareBlock
+    {
+        bool keeping = false;
+        QByteArray bytes;
+    };
+    QSharedPointer<SpareBlock> _spareBlock;
+    // A stream that hands its block to _spareBlock when it is destroyed while blocks are kept.
+    QSharedPointer<ModelDataStream> ownArray(ModelDataArray *array) const;
+    // Uninitialised bytes for `count` elements: the spare block when it is large enough.
+    QByteArray spareOrFreshBytes(unsigned int type, size_t count) const;
+    // Starts keeping freed blocks, in a single-use upload; or stops, freeing the one kept.
+    void keepFreedBlocks(bool keep) const;
+    // Frees the block kept, if any, for a stage that will make no array soon.
+    void freeSpareBlock() const;
 };
 
 } // namespace Vardune::Qel

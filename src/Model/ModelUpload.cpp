@@ -52,11 +52,16 @@ void ModelBuilder::upload(GPUModel *model, const InstanceData &instanceData, con
             buildGPUFriendlyStreams(false, RebuildOutput::StatisticsOnly);
             return;
         }
+        // Most arrays of the preparation are made right after another is freed: up to the index
+        // buffer, the block freed last serves the next one.
+        keepFreedBlocks(true);
         prepareForUpload(positionAttributeName);
     }
     // Without a draw to hold them, the buffers would be deleted on return, unused.
-    if (_drawCommands.isEmpty())
+    if (_drawCommands.isEmpty()) {
+        keepFreedBlocks(false);
         return;
+    }
 
     const VertexAttribute &positions = _vertexAttributes[positionAttributeName];
     const auto vertexCount = static_cast<int>(positions.gpuValues->size()
@@ -98,6 +103,10 @@ void ModelBuilder::upload(GPUModel *model, const InstanceData &instanceData, con
 void ModelBuilder::prepareForUpload(const QString &positionAttributeName)
 {
     buildGPUFriendlyStreams(false);
+    // The weld's and the triangulation's arrays come next; only generated normals would take
+    // the block freed last.
+    if (_normalsAttributeName.isNull())
+        freeSpareBlock();
     for (VertexAttribute &attribute : _vertexAttributes) {
         releaseUsedStream(attribute.values);
         releaseUsedStream(attribute.indices);
@@ -138,10 +147,13 @@ QSharedPointer<BufferObject> ModelBuilder::uploadIndexBuffer(OpenGLDeviceContext
     buffer->bind();
     const size_t indexCount = _triangleIndices->size();
     const auto *indices = static_cast<const unsigned int *>(_triangleIndices->data(0));
+    // The driver's copies come next: no block is kept while they are made.
     if (vertexCount >= kLargestShortIndexVertexCount) {
+        keepFreedBlocks(false);
         buffer->uploadGLuintData(indices, static_cast<int>(indexCount), usage);
     } else {
         const QSharedPointer<ModelDataStream> narrow = newStreamToOverwrite(GLType::UnsignedShort, indexCount);
+        keepFreedBlocks(false);
         auto *shortIndices = static_cast<unsigned short *>(narrow->data(0));
         for (size_t i = 0; i < indexCount; ++i)
             shortIndices[i] = static_cast<unsigned short>(indices[i]);

@@ -14,7 +14,10 @@
 #include "ObjTestFiles.h"
 #include "ReferenceObjReader.h"
 
+#include <QelGL/BufferObject.h>
+#include <QelGL/DrawBuffers.h>
 #include <QelGL/GPUModel.h>
+#include <QelGL/VertexArrayObject.h>
 
 #include <QDirIterator>
 #include <QFile>
@@ -25,6 +28,7 @@
 
 #include <cmath>
 #include <cstdio>
+#include <algorithm>
 #include <cstring>
 #include <memory>
 
@@ -250,12 +254,32 @@ QStringList messageTexts(const MessageCapture &capture)
     return texts;
 }
 
+// What the GPU holds for a model: per draw, its commands, its index buffer and its vertex
+// buffers by attribute name, read back.
+QList<QByteArray> uploadedData(const GPUModel &model)
+{
+    QList<QByteArray> data;
+    for (int d = 0; d < model.drawCount(); ++d) {
+        const DrawBuffers *draw = model.draw(d).buffers;
+        for (const DrawElementsIndirectCommand &command : draw->drawElementsIndirectCommands())
+            data << QByteArray::number(command.count) + ' ' + QByteArray::number(command.firstIndex);
+        data << draw->indexBuffer()->readBack();
+        QList<VertexArrayObject::Attribute> attributes = draw->VAO()->attributes();
+        std::sort(attributes.begin(), attributes.end(),
+            [](const auto &a, const auto &b) { return a.name < b.name; });
+        for (const VertexArrayObject::Attribute &attribute : attributes)
+            data << attribute.name.toUtf8() << attribute.buffer->readBack();
+    }
+    return data;
+}
+
 struct Import
 {
     bool ok = false;
     QString error;
     QStringList messages;
     QStringList state;
+    QList<QByteArray> gpu;
 };
 
 // Another allocator type: the builder then copies the import's arrays into streams it makes
@@ -283,19 +307,22 @@ Import importWith(const QString &path, bool reference)
         InstanceData instance(QStringLiteral("InstanceInfo"));
         instance.set(QStringLiteral("ModelMatrix"), identity, sizeof identity);
         builder.upload(&model, instance, QStringLiteral("va_Vertex"), QString(), 0x88E4, 4);
+        result.gpu = uploadedData(model);
     }
     result.messages = messageTexts(capture);
     result.state = builderState(builder);
     return result;
 }
 
-// loadModelFromOBJFile's messages and draws. Its builder is uploaded once and discarded, so the
-// upload frees each stream once used and, with no face to draw, builds no stream at all: the
-// messages must still be those of an upload that keeps everything.
+// loadModelFromOBJFile's messages, draws and GPU data. Its builder is uploaded once and
+// discarded, so the upload frees each stream once used, makes new ones in freed blocks and, with
+// no face to draw, builds no stream at all: all must still be those of an upload that keeps
+// everything.
 struct Load
 {
     QStringList messages;
     int draws = -1;
+    QList<QByteArray> gpu;
 };
 
 Load loadWhole(const QString &path)
@@ -306,6 +333,8 @@ Load loadWhole(const QString &path)
     const std::unique_ptr<GPUModel> model(loadModelFromOBJFile(path, error));
     result.messages = messageTexts(capture);
     result.draws = model ? model->drawCount() : -1;
+    if (model)
+        result.gpu = uploadedData(*model);
     return result;
 }
 
@@ -324,6 +353,8 @@ private slots:
     void cutSequencesReadAlike();
     void singleUseLoadsAlike_data();
     void singleUseLoadsAlike();
+    void singleUseLoadsOfGridsAlike_data();
+    void singleUseLoadsOfGridsAlike();
     void corpusImportsAlike_data();
     void corpusImportsAlike();
 
@@ -559,10 +590,62 @@ void TestObjDifferential::singleUseLoadsAlike()
     const QString path = _files.write(QStringLiteral("single-use.obj"),
         "v 0 0 0\nv 1 0 0\nv 0 1 0\nv 0 0 0\nvt 0 0\nvt 1 0\nvn 0 0 1\n" + faces);
     const Load loaded = loadWhole(path);
+    const Import imported = importWith(path, false);
     QCOMPARE(loaded.draws, draws);
-    QCOMPARE(loaded.messages, importWith(path, false).messages);
+    QCOMPARE(loaded.messages, imported.messages);
+    QVERIFY(loaded.gpu == imported.gpu);
     QVERIFY(loaded.messages.contains(
         QString::number(int(QtDebugMsg)) + QStringLiteral("Vertices Map        6 ->        3 d        3 ( 50 %) 4")));
+}
+
+// Grids large enough for arrays of their own huge pages, which the single-use upload hands on
+// from the arrays it frees to those it makes next.
+void TestObjDifferential::singleUseLoadsOfGridsAlike_data()
+{
+    QTest::addColumn<QByteArray>("text");
+    constexpr int kSide = 160;
+    QByteArray values;
+    QByteArray normals;
+    for (int row = 0; row < kSide; ++row) {
+        for (int column = 0; column < kSide; ++column) {
+            const double height = (row * column) % 7 * 0.25;
+            values += "v " + QByteArray::number(column) + ' ' + QByteArray::number(height) + ' '
+                + QByteArray::number(row) + "\nvt " + QByteArray::number(column / double(kSide)) + ' '
+                + QByteArray::number(row / double(kSide)) + '\n';
+            normals += "vn 0 1 " + QByteArray::number(row % 3) + '\n';
+        }
+    }
+    QByteArray faces;
+    QByteArray facesWithNormals;
+    for (int row = 0; row + 1 < kSide; ++row) {
+        for (int column = 0; column + 1 < kSide; ++column) {
+            const int corners[4] = { row * kSide + column + 1, row * kSide + column + 2, (row + 1) * kSide + column + 2,
+                (row + 1) * kSide + column + 1 };
+            faces += 'f';
+            facesWithNormals += 'f';
+            for (int corner : corners) {
+                const QByteArray number = QByteArray::number(corner);
+                faces += ' ' + number + '/' + number;
+                facesWithNormals += ' ' + number + '/' + number + '/' + number;
+            }
+            faces += '\n';
+            facesWithNormals += '\n';
+        }
+    }
+    QTest::newRow("normals given") << values + normals + facesWithNormals;
+    QTest::newRow("normals generated") << values + faces;
+}
+
+void TestObjDifferential::singleUseLoadsOfGridsAlike()
+{
+    QFETCH(QByteArray, text);
+    QEL_REQUIRE_GL(_gl);
+    const QString path = _files.write(QStringLiteral("grid.obj"), text);
+    const Load loaded = loadWhole(path);
+    const Import imported = importWith(path, false);
+    QCOMPARE(loaded.draws, 1);
+    QCOMPARE(loaded.messages, imported.messages);
+    QVERIFY(loaded.gpu == imported.gpu);
 }
 
 void TestObjDifferential::corpusImportsAlike_data()
@@ -593,7 +676,9 @@ void TestObjDifferential::corpusImportsAlike()
     QCOMPARE(imported.error, reference.error);
     QCOMPARE(imported.messages, reference.messages);
     QVERIFY(imported.state == reference.state);
-    QCOMPARE(loadWhole(path).messages, imported.messages);
+    const Load loaded = loadWhole(path);
+    QCOMPARE(loaded.messages, imported.messages);
+    QVERIFY(loaded.gpu == imported.gpu);
 }
 
 QTEST_MAIN(TestObjDifferential)

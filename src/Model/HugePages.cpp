@@ -137,9 +137,12 @@ void resizeHugePageBytes(QByteArray &bytes, qsizetype size)
 void shrinkHugePageBytes(QByteArray &bytes, qsizetype size)
 {
 #if defined(__linux__) && defined(__GLIBC__)
+    // Only pages that lie wholly inside the bytes given up: the page after them may hold another
+    // block's bytes.
+    static const uintptr_t pageMask = uintptr_t(sysconf(_SC_PAGESIZE)) - 1;
     const uintptr_t start = uintptr_t(bytes.constData());
     const uintptr_t keptEnd = (start + size_t(size) + kHugePageBytes - 1) & ~uintptr_t(kHugePageBytes - 1);
-    const uintptr_t usedEnd = start + size_t(bytes.size());
+    const uintptr_t usedEnd = (start + size_t(bytes.size())) & ~pageMask;
     if (size < bytes.size() && keptEnd < usedEnd)
         madvise(reinterpret_cast<void *>(keptEnd), usedEnd - keptEnd, MADV_DONTNEED);
 #endif

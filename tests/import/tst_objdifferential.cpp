@@ -1,7 +1,7 @@
 // The import against the plain reading through Qt's own calls (ReferenceObjReader): the same
 // gathered arrays on generated text full of edge cases, and on every corpus file the same
 // builder contents, messages and uploaded GPU data; and loadModelFromOBJFile, which uploads its
-// builder once, against an import whose builder keeps everything: the same messages.
+// builder once, against an import whose builder keeps everything: the same messages and GPU data.
 
 #include "GLTestContext.h"
 #include "LoadModelFromOBJFile.h"
@@ -353,8 +353,6 @@ private slots:
     void cutSequencesReadAlike();
     void singleUseLoadsAlike_data();
     void singleUseLoadsAlike();
-    void singleUseLoadsOfGridsAlike_data();
-    void singleUseLoadsOfGridsAlike();
     void corpusImportsAlike_data();
     void corpusImportsAlike();
 
@@ -570,80 +568,68 @@ void TestObjDifferential::cutSequencesReadAlike()
     QVERIFY2(difference.isNull(), qPrintable(difference));
 }
 
+// Grids large enough for arrays of their own huge pages, which the single-use upload hands on
+// from the arrays it frees to those it makes next. A normal written for each corner gives about
+// as many values as corners, so that the corners are welded without numbering their tuples; a
+// material that no library defines leaves nothing to draw, so that only the weld is counted.
 void TestObjDifferential::singleUseLoadsAlike_data()
 {
-    QTest::addColumn<QByteArray>("faces");
-    QTest::addColumn<int>("draws");
-    // Vertex 4 repeats the bytes of vertex 1 under other indices: the weld merges them.
-    QTest::newRow("drawn") << QByteArray("f 1/1/1 2/2/1 3/1/1\nf 4/1/1 2/2/1 3/1/1\n") << 1;
-    QTest::newRow("undefined material") << QByteArray("usemtl nowhere\nf 1/1/1 2/2/1 3/1/1\nf 4/1/1 2/2/1 3/1/1\n")
-                                        << 0;
-    QTest::newRow("drawn, then undefined")
-        << QByteArray("f 1/1/1 2/2/1 3/1/1\nusemtl nowhere\nf 4/1/1 2/2/1 3/1/1\n") << 1;
-}
-
-void TestObjDifferential::singleUseLoadsAlike()
-{
-    QFETCH(QByteArray, faces);
-    QFETCH(int, draws);
-    QEL_REQUIRE_GL(_gl);
-    const QString path = _files.write(QStringLiteral("single-use.obj"),
-        "v 0 0 0\nv 1 0 0\nv 0 1 0\nv 0 0 0\nvt 0 0\nvt 1 0\nvn 0 0 1\n" + faces);
-    const Load loaded = loadWhole(path);
-    const Import imported = importWith(path, false);
-    QCOMPARE(loaded.draws, draws);
-    QCOMPARE(loaded.messages, imported.messages);
-    QVERIFY(loaded.gpu == imported.gpu);
-    QVERIFY(loaded.messages.contains(
-        QString::number(int(QtDebugMsg)) + QStringLiteral("Vertices Map        6 ->        3 d        3 ( 50 %) 4")));
-}
-
-// Grids large enough for arrays of their own huge pages, which the single-use upload hands on
-// from the arrays it frees to those it makes next.
-void TestObjDifferential::singleUseLoadsOfGridsAlike_data()
-{
     QTest::addColumn<QByteArray>("text");
+    QTest::addColumn<int>("draws");
     constexpr int kSide = 160;
     QByteArray values;
-    QByteArray normals;
     for (int row = 0; row < kSide; ++row) {
         for (int column = 0; column < kSide; ++column) {
             const double height = (row * column) % 7 * 0.25;
             values += "v " + QByteArray::number(column) + ' ' + QByteArray::number(height) + ' '
                 + QByteArray::number(row) + "\nvt " + QByteArray::number(column / double(kSide)) + ' '
-                + QByteArray::number(row / double(kSide)) + '\n';
-            normals += "vn 0 1 " + QByteArray::number(row % 3) + '\n';
+                + QByteArray::number(row / double(kSide)) + "\nvn 0 1 " + QByteArray::number(row % 3) + '\n';
         }
     }
-    QByteArray faces;
-    QByteArray facesWithNormals;
-    for (int row = 0; row + 1 < kSide; ++row) {
-        for (int column = 0; column + 1 < kSide; ++column) {
-            const int corners[4] = { row * kSide + column + 1, row * kSide + column + 2, (row + 1) * kSide + column + 2,
-                (row + 1) * kSide + column + 1 };
-            faces += 'f';
-            facesWithNormals += 'f';
-            for (int corner : corners) {
-                const QByteArray number = QByteArray::number(corner);
-                faces += ' ' + number + '/' + number;
-                facesWithNormals += ' ' + number + '/' + number + '/' + number;
+    // Corner k of a face names position and texture coordinate p and normal normalOf(p, k).
+    const auto faces = [](int fields, auto normalOf) {
+        QByteArray text;
+        for (int row = 0; row + 1 < kSide; ++row) {
+            for (int column = 0; column + 1 < kSide; ++column) {
+                const int corners[4] = { row * kSide + column + 1, row * kSide + column + 2,
+                    (row + 1) * kSide + column + 2, (row + 1) * kSide + column + 1 };
+                text += 'f';
+                for (int k = 0; k < 4; ++k) {
+                    const QByteArray number = QByteArray::number(corners[k]);
+                    text += ' ' + number + '/' + number;
+                    if (fields == 3)
+                        text += '/' + QByteArray::number(normalOf(corners[k], k));
+                }
+                text += '\n';
             }
-            faces += '\n';
-            facesWithNormals += '\n';
         }
-    }
-    QTest::newRow("normals given") << values + normals + facesWithNormals;
-    QTest::newRow("normals generated") << values + faces;
+        return text;
+    };
+    const QByteArray perVertex = faces(3, [](int p, int) { return p; });
+    // A normal of its own for each corner, of three contents in all: many corners merge.
+    QByteArray cornerNormals;
+    for (int n = 0; n < 4 * kSide * kSide; ++n)
+        cornerNormals += "vn 1 0 " + QByteArray::number(n % 3) + '\n';
+    const QByteArray perCorner
+        = cornerNormals + faces(3, [](int p, int k) { return kSide * kSide + 4 * (p - 1) + k + 1; });
+    const QByteArray generated = faces(2, [](int, int) { return 0; });
+    const QByteArray undefined = "usemtl nowhere\n";
+    QTest::newRow("normals by vertex") << values + perVertex << 1;
+    QTest::newRow("normals by corner") << values + perCorner << 1;
+    QTest::newRow("normals generated") << values + generated << 1;
+    QTest::newRow("normals by corner, nothing drawn") << values + undefined + perCorner << 0;
+    QTest::newRow("normals generated, nothing drawn") << values + undefined + generated << 0;
 }
 
-void TestObjDifferential::singleUseLoadsOfGridsAlike()
+void TestObjDifferential::singleUseLoadsAlike()
 {
     QFETCH(QByteArray, text);
+    QFETCH(int, draws);
     QEL_REQUIRE_GL(_gl);
     const QString path = _files.write(QStringLiteral("grid.obj"), text);
     const Load loaded = loadWhole(path);
     const Import imported = importWith(path, false);
-    QCOMPARE(loaded.draws, 1);
+    QCOMPARE(loaded.draws, draws);
     QCOMPARE(loaded.messages, imported.messages);
     QVERIFY(loaded.gpu == imported.gpu);
 }

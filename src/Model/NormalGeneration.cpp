@@ -18,6 +18,26 @@ namespace Vardune::Qel {
 namespace {
 
 constexpr int kLanes = 4;
+#if defined(QEL_HAS_VECTOR_LANES)
+using Vector3Lanes = Lanes::Vector3<kLanes>;
+
+// Lane f from vertex vertices[3 f] of `positions`: a corner of each of four triangles.
+Vector3Lanes gather(const float *positions, const unsigned int *vertices)
+{
+    const ptrdiff_t lanes[kLanes] = { vertices[0], vertices[3], vertices[6], vertices[9] };
+    return Lanes::gather<kLanes>(positions, lanes);
+}
+
+// Each lane's vector to `out`, three floats apart.
+void scatter(const Vector3Lanes &v, float *out)
+{
+    for (int lane = 0; lane < kLanes; ++lane) {
+        out[3 * lane] = v.x[lane];
+        out[3 * lane + 1] = v.y[lane];
+        out[3 * lane + 2] = v.z[lane];
+    }
+}
+#endif
 
 void addToCorners(float *normals, const unsigned int *triangle, const Vector3f &n)
 {
@@ -46,17 +66,13 @@ int addTriangleGroups(int first, int indexCount, const float *positions, const u
     int t = first;
     for (; 3 * (t + kLanes) <= indexCount; t += kLanes) {
         const unsigned int *i = indices + 3 * size_t(t);
-        const Lanes::Vector3 p0 = Lanes::gather(positions, i[0], i[3], i[6], i[9]);
-        const Lanes::Vector3 p1 = Lanes::gather(positions, i[1], i[4], i[7], i[10]);
-        const Lanes::Vector3 p2 = Lanes::gather(positions, i[2], i[5], i[8], i[11]);
-        const Lanes::Vector3 n = Lanes::cross(
-            Lanes::normalizedCopy(Lanes::difference(p2, p0)), Lanes::normalizedCopy(Lanes::difference(p1, p0)));
-        float x[kLanes], y[kLanes], z[kLanes];
-        _mm_storeu_ps(x, n.x);
-        _mm_storeu_ps(y, n.y);
-        _mm_storeu_ps(z, n.z);
+        const Vector3Lanes p0 = gather(positions, i);
+        const Vector3Lanes p1 = gather(positions, i + 1);
+        const Vector3Lanes p2 = gather(positions, i + 2);
+        const Vector3Lanes n = Lanes::cross<kLanes>(Lanes::normalizedCopy<kLanes>(Lanes::difference<kLanes>(p2, p0)),
+            Lanes::normalizedCopy<kLanes>(Lanes::difference<kLanes>(p1, p0)));
         for (int lane = 0; lane < kLanes; ++lane)
-            addToCorners(normals, i + 3 * lane, { x[lane], y[lane], z[lane] });
+            addToCorners(normals, i + 3 * lane, { n.x[lane], n.y[lane], n.z[lane] });
     }
     return t;
 #else
@@ -72,17 +88,8 @@ int normalizeGroups(int first, int vertexCount, float *normals)
     int i = first;
     for (; i + kLanes <= vertexCount; i += kLanes) {
         float *n = normals + 3 * size_t(i);
-        const Lanes::Vector3 unit = Lanes::normalizedInPlace({ _mm_setr_ps(n[0], n[3], n[6], n[9]),
-            _mm_setr_ps(n[1], n[4], n[7], n[10]), _mm_setr_ps(n[2], n[5], n[8], n[11]) });
-        float x[kLanes], y[kLanes], z[kLanes];
-        _mm_storeu_ps(x, unit.x);
-        _mm_storeu_ps(y, unit.y);
-        _mm_storeu_ps(z, unit.z);
-        for (int lane = 0; lane < kLanes; ++lane) {
-            n[3 * lane] = x[lane];
-            n[3 * lane + 1] = y[lane];
-            n[3 * lane + 2] = z[lane];
-        }
+        constexpr ptrdiff_t kConsecutive[kLanes] = { 0, 1, 2, 3 };
+        scatter(Lanes::normalizedInPlace<kLanes>(Lanes::gather<kLanes>(n, kConsecutive)), n);
     }
     return i;
 #else

@@ -18,16 +18,23 @@ namespace {
 
 constexpr size_t kChunkFaces = 256;
 
+#if defined(QEL_HAS_WIDE_POLYGON_LANES)
+constexpr int kMostLanes = kWidePolygonLanes;
+#else
+constexpr int kMostLanes = kWindingLanes;
+#endif
+
 // The faces of one chunk waiting for a lane-parallel step, by corner count: windings for
-// triangles and quadrilaterals, whole cuts for the small polygons. A step takes four faces of one
-// count; a lane left over repeats the count's last face.
+// triangles and quadrilaterals, four faces a step, and whole cuts for the small polygons,
+// `polygonLanes` faces a step. A lane left over repeats the count's last face.
 class ChunkBatches
 {
 public:
-    ChunkBatches(const float *positions, uint8_t *clockwise, PolygonCut *cuts)
+    ChunkBatches(const float *positions, uint8_t *clockwise, PolygonCut *cuts, int polygonLanes)
         : _positions(positions)
         , _clockwise(clockwise)
         , _cuts(cuts)
+        , _polygonLanes(polygonLanes)
     { }
 
     static bool takes(int count) { return count >= 3 && count <= kBatchedPolygonCorners; }
@@ -38,7 +45,7 @@ public:
         Pending &pending = _pending[count];
         pending.faces[pending.size] = corners;
         pending.chunkSlots[pending.size] = slot;
-        if (++pending.size == kWindingLanes)
+        if (++pending.size == (count <= 4 ? kWindingLanes : _polygonLanes))
             run(count);
     }
 
@@ -51,8 +58,8 @@ public:
 private:
     struct Pending
     {
-        const int *faces[kWindingLanes] = {};
-        size_t chunkSlots[kWindingLanes] = {};
+        const int *faces[kMostLanes] = {};
+        size_t chunkSlots[kMostLanes] = {};
         int size = 0;
     };
 
@@ -61,17 +68,23 @@ private:
         Pending &pending = _pending[count];
         if (pending.size == 0)
             return;
-        for (int lane = pending.size; lane < kWindingLanes; ++lane)
+        const int lanes = count <= 4 ? kWindingLanes : _polygonLanes;
+        for (int lane = pending.size; lane < lanes; ++lane)
             pending.faces[lane] = pending.faces[pending.size - 1];
         if (count <= 4) {
             const int clockwise = SmallFacesRunClockwise(count, pending.faces, _positions);
             for (int lane = 0; lane < pending.size; ++lane)
                 _clockwise[pending.chunkSlots[lane]] = uint8_t((clockwise >> lane) & 1);
         } else {
-            PolygonCut *cuts[kWindingLanes];
-            for (int lane = 0; lane < kWindingLanes; ++lane)
+            PolygonCut *cuts[kMostLanes];
+            for (int lane = 0; lane < lanes; ++lane)
                 cuts[lane] = _cuts + pending.chunkSlots[lane < pending.size ? lane : 0];
-            CutSmallPolygons(count, pending.faces, pending.size, _positions, cuts);
+#if defined(QEL_HAS_WIDE_POLYGON_LANES)
+            if (lanes == kWidePolygonLanes)
+                CutSmallPolygonsWide(count, pending.faces, pending.size, _positions, cuts);
+            else
+#endif
+                CutSmallPolygons(count, pending.faces, pending.size, _positions, cuts);
         }
         pending.size = 0;
     }
@@ -79,6 +92,7 @@ private:
     const float *_positions;
     uint8_t *_clockwise;
     PolygonCut *_cuts;
+    int _polygonLanes;
     Pending _pending[kBatchedPolygonCorners + 1];
 };
 
@@ -90,8 +104,23 @@ void writeVertexNumbers(const int *cornerNumbers, int cornerCount, const int *fa
 
 } // namespace
 
+int MostPolygonLanes()
+{
+#if defined(QEL_HAS_WIDE_POLYGON_LANES)
+    if (WidePolygonLanesAvailable())
+        return kWidePolygonLanes;
+#endif
+    return kWindingLanes;
+}
+
 size_t TriangulateFaces(size_t faceCount, const unsigned int *faces, const unsigned int *cornerCounts,
     const unsigned int *faceStarts, const int *corners, const float *positions, unsigned int *out)
+{
+    return TriangulateFaces(faceCount, faces, cornerCounts, faceStarts, corners, positions, out, MostPolygonLanes());
+}
+
+size_t TriangulateFaces(size_t faceCount, const unsigned int *faces, const unsigned int *cornerCounts,
+    const unsigned int *faceStarts, const int *corners, const float *positions, unsigned int *out, int polygonLanes)
 {
     size_t written = 0;
     uint8_t clockwise[kChunkFaces];
@@ -100,7 +129,7 @@ size_t TriangulateFaces(size_t faceCount, const unsigned int *faces, const unsig
         const size_t chunk = std::min(kChunkFaces, faceCount - first);
         const unsigned int *chunkFaces = faces + first;
 
-        ChunkBatches batches(positions, clockwise, cuts);
+        ChunkBatches batches(positions, clockwise, cuts, polygonLanes);
         for (size_t j = 0; j < chunk; ++j) {
             const unsigned int face = chunkFaces[j];
             const int count = static_cast<int>(cornerCounts[face]);

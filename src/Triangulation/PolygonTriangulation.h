@@ -66,6 +66,15 @@ int SmallFacesRunClockwise(int count, const int *const faces[kWindingLanes], con
 size_t TriangulateFaces(size_t faceCount, const unsigned int *faces, const unsigned int *cornerCounts,
     const unsigned int *faceStarts, const int *corners, const float *positions, unsigned int *out);
 
+// TriangulateFaces with the small polygons cut `polygonLanes` at a time: kWindingLanes, or
+// kWidePolygonLanes where WidePolygonLanesAvailable(). The same output either way.
+size_t TriangulateFaces(size_t faceCount, const unsigned int *faces, const unsigned int *cornerCounts,
+    const unsigned int *faceStarts, const int *corners, const float *positions, unsigned int *out, int polygonLanes);
+
+// The most small polygons this processor cuts at a time: kWidePolygonLanes where
+// WidePolygonLanesAvailable(), else kWindingLanes.
+int MostPolygonLanes();
+
 // Writes the triangle a, b, c at corners[written]; returns the new count written.
 inline int writeTriangle(int *corners, int written, int a, int b, int c)
 {
@@ -111,10 +120,19 @@ struct FirstEars
     uint64_t ears;
 };
 
-// ClipSmallPolygon with the polygon's table of PolygonDirections and its first ear tests made by
-// the caller.
-int ClipSmallPolygon(
-    int count, const Vector2f *points, bool reversed, const Vector2f *directions, const FirstEars &first, int *corners);
+// One polygon's unit directions in a table of several polygons' (kBatchedPolygonCorners corners
+// at most), the lanes of CutSmallPolygons: for corners a != b, normalized(points[a] − points[b])
+// has x at x[p * pairStride] and y at x[p * pairStride + yOffset], p = a * kBatchedPolygonCorners + b.
+struct LaneDirections
+{
+    const float *x;
+    int pairStride;
+    int yOffset;
+};
+
+// ClipSmallPolygon with the polygon's unit directions and its first ear tests made by the caller.
+int ClipSmallPolygon(int count, const Vector2f *points, bool reversed, const LaneDirections &directions,
+    const FirstEars &first, int *corners);
 
 // The warning of TriangulatePolygon2D for a polygon of 5 or more corners that has no ear left.
 void WarnNoEarLeft();
@@ -136,6 +154,21 @@ struct PolygonCut
 // on must still point at a face of `count` corners (a repeated one); they are not cut.
 void CutSmallPolygons(int count, const int *const faces[kWindingLanes], int faceCount, const float *positions,
     PolygonCut *const cuts[kWindingLanes]);
+
+#if defined(__x86_64__) && defined(__GNUC__) && !defined(__clang__)
+// CutSmallPolygonsWide is built: eight lanes where the processor has AVX.
+#define QEL_HAS_WIDE_POLYGON_LANES 1
+
+// Faces cut at once by CutSmallPolygonsWide.
+constexpr int kWidePolygonLanes = 8;
+
+// Whether the processor runs CutSmallPolygonsWide (it has AVX, and the system keeps its registers).
+bool WidePolygonLanesAvailable();
+
+// CutSmallPolygons for up to kWidePolygonLanes faces at once; only where WidePolygonLanesAvailable().
+void CutSmallPolygonsWide(int count, const int *const faces[kWidePolygonLanes], int faceCount, const float *positions,
+    PolygonCut *const cuts[kWidePolygonLanes]);
+#endif
 
 // Recomputes `cross`, `cosAngle` and `isEar` of ring[i] from its present neighbours. The blocking
 // test looks at every active corner when `tree` is null, else (built over the same points, cut

@@ -21,6 +21,10 @@ using namespace Lanes;
 namespace {
 
 constexpr int kMostCorners = 4;
+constexpr int W = kWindingLanes;
+using LaneFloats = Lanes::Floats<W>;
+using LaneInts = Lanes::Ints<W>;
+using LaneVector3 = Lanes::Vector3<W>;
 
 // Whether all four faces certainly run counterclockwise through the steps below, given their
 // points and their Newell sum `newell` (the normal before normalisation).
@@ -37,45 +41,41 @@ constexpr int kMostCorners = 4;
 // most here, which the cosine bound of 0.55 instead of 0.5 covers. A normal too short to
 // normalise gives a zero frame and a zero sum, which is no clockwise run either. The ranges keep
 // every square normal and finite, and a NaN fails every comparison.
-bool certainlyCounterclockwise(int count, const Vector3 *p, Vector3 newell)
+bool certainlyCounterclockwise(int count, const LaneVector3 *p, const LaneVector3 &newell)
 {
-    const __m128 zero = _mm_setzero_ps();
-    Vector3 d[kMostCorners];
-    __m128 reach = zero; // D²
+    LaneVector3 d[kMostCorners];
+    LaneFloats reach {}; // D²
     for (int k = 1; k < count; ++k) {
-        d[k] = difference(p[k], p[0]);
-        reach = _mm_max_ps(reach, dot(d[k], d[k]));
+        d[k] = difference<W>(p[k], p[0]);
+        const LaneFloats square = dot<W>(d[k], d[k]);
+        reach = select<W>(reach > square, reach, square); // maxps: a NaN square is kept
     }
-    const Vector3 area = count == 3 ? cross(d[1], d[2]) : cross(d[2], difference(d[3], d[1]));
-    const __m128 areaSquared = dot(area, area);
-    const __m128 newellSquared = dot(newell, newell);
-    const __m128 along = dot(newell, area);
+    const LaneVector3 area = count == 3 ? cross<W>(d[1], d[2]) : cross<W>(d[2], difference<W>(d[3], d[1]));
+    const LaneFloats areaSquared = dot<W>(area, area);
+    const LaneFloats newellSquared = dot<W>(newell, newell);
+    const LaneFloats along = dot<W>(newell, area);
 
-    const __m128 inRange = _mm_and_ps(_mm_cmplt_ps(reach, _mm_set1_ps(1e9f)),
-        _mm_and_ps(_mm_cmplt_ps(newellSquared, _mm_set1_ps(1e18f)), _mm_cmpgt_ps(areaSquared, _mm_set1_ps(1e-20f))));
+    const LaneInts inRange = (reach < 1e9f) & (newellSquared < 1e18f) & (areaSquared > 1e-20f);
     // cos(n, N) >= 0.55.
-    const __m128 cosineBound = _mm_mul_ps(_mm_set1_ps(0.55f * 0.55f), _mm_mul_ps(newellSquared, areaSquared));
-    const __m128 aligned = _mm_and_ps(_mm_cmpgt_ps(along, zero), _mm_cmpge_ps(_mm_mul_ps(along, along), cosineBound));
+    const LaneInts aligned = (along > 0.0f) & (along * along >= 0.55f * 0.55f * (newellSquared * areaSquared));
     // |N| >= 1.25e-4 D².
-    const __m128 roundingBound = _mm_mul_ps(_mm_set1_ps(1.25e-4f * 1.25e-4f), _mm_mul_ps(reach, reach));
-    const __m128 clearOfRounding = _mm_cmpge_ps(areaSquared, roundingBound);
-    const __m128 certain = _mm_and_ps(inRange, _mm_and_ps(aligned, clearOfRounding));
-    return _mm_movemask_ps(certain) == (1 << kWindingLanes) - 1;
+    const LaneInts clearOfRounding = areaSquared >= 1.25e-4f * 1.25e-4f * (reach * reach);
+    return Pack<W>::movemask(inRange & aligned & clearOfRounding) == (1 << W) - 1;
 }
 
 } // namespace
 
 int SmallFacesRunClockwise(int count, const int *const faces[kWindingLanes], const float *positions)
 {
-    Vector3 p[kMostCorners];
-    gatherCorners(count, faces, positions, p);
-    const Vector3 newell = newellSum(count, p);
+    LaneVector3 p[kMostCorners];
+    gatherCorners<W>(count, faces, positions, p);
+    const LaneVector3 newell = newellSum<W>(count, p);
     if (certainlyCounterclockwise(count, p, newell))
         return 0;
-    __m128 x[kMostCorners];
-    __m128 y[kMostCorners];
-    projectToPlane(normalizedInPlace(newell), count, p, x, y);
-    return runClockwise(count, x, y);
+    LaneFloats x[kMostCorners];
+    LaneFloats y[kMostCorners];
+    projectToPlane<W>(normalizedInPlace<W>(newell), count, p, x, y);
+    return runClockwise<W>(count, x, y);
 }
 
 #else

@@ -37,11 +37,48 @@ int lowestCorner(CornerSet corners)
     return int(qCountTrailingZeroBits(quint64(corners)));
 }
 
+// The unit directions of a polygon's own table (PolygonDirections).
+class OwnDirections
+{
+public:
+    OwnDirections(int count, const Vector2f *table)
+        : _count(count)
+        , _table(table)
+    { }
+
+    Vector2f operator()(int a, int b) const { return _table[a * _count + b]; }
+
+private:
+    int _count;
+    const Vector2f *_table;
+};
+
+// The unit directions of one lane of the lanes' table (LaneDirections).
+class LaneDirectionsOf
+{
+public:
+    explicit LaneDirectionsOf(const LaneDirections &table)
+        : _table(table)
+    { }
+
+    Vector2f operator()(int a, int b) const
+    {
+        const float *x = _table.x + (a * kBatchedPolygonCorners + b) * _table.pairStride;
+        return { x[0], x[_table.yOffset] };
+    }
+
+private:
+    LaneDirections _table;
+};
+
+// The ring of a polygon below kSmallPolygonCorners corners, its unit directions from
+// `Directions` (unit(a, b) = normalized(points[a] − points[b])).
+template<typename Directions>
 class SmallRing
 {
 public:
     // The ring's first ear tests made here.
-    SmallRing(int count, const Vector2f *points, bool reversed, const Vector2f *directions)
+    SmallRing(int count, const Vector2f *points, bool reversed, const Directions &directions)
         : SmallRing(count, points, reversed, directions, 0)
     {
         for (int k = 0; k < count; ++k)
@@ -49,7 +86,7 @@ public:
     }
 
     // The ring's first ear tests given.
-    SmallRing(int count, const Vector2f *points, bool reversed, const Vector2f *directions, const FirstEars &first)
+    SmallRing(int count, const Vector2f *points, bool reversed, const Directions &directions, const FirstEars &first)
         : SmallRing(count, points, reversed, directions, first.ears)
     {
         std::copy(first.cosAngle, first.cosAngle + count, _cosAngle);
@@ -97,9 +134,8 @@ public:
     }
 
 private:
-    SmallRing(int count, const Vector2f *points, bool reversed, const Vector2f *directions, CornerSet ears)
-        : _count(count)
-        , _points(points)
+    SmallRing(int count, const Vector2f *points, bool reversed, const Directions &directions, CornerSet ears)
+        : _points(points)
         , _directions(directions)
         , _active(cornerBit(count) - 1)
         , _ears(ears)
@@ -113,9 +149,7 @@ private:
 
     void update(int i)
     {
-        const int count = _count;
-        const Vector2f *directions = _directions;
-        const auto unitDifference = [directions, count](int a, int b) { return directions[a * count + b]; };
+        const Directions &unitDifference = _directions;
         const auto anyBlocks = [&](const EarTriangle &ear) {
             const CornerSet triangle
                 = cornerBit(ear.corners[0]) | cornerBit(ear.corners[1]) | cornerBit(ear.corners[2]);
@@ -130,9 +164,8 @@ private:
         _ears = measure.isEar ? _ears | cornerBit(i) : _ears & ~cornerBit(i);
     }
 
-    int _count;
     const Vector2f *_points;
-    const Vector2f *_directions;
+    Directions _directions;
     CornerSet _active;
     CornerSet _ears; // active corners only
     int _next[kSmallPolygonCorners];
@@ -141,7 +174,8 @@ private:
 };
 
 // Cuts the ring's sharpest ear while more than three corners remain.
-int clipRing(SmallRing &ring, int count, int *corners)
+template<typename Directions>
+int clipRing(SmallRing<Directions> &ring, int count, int *corners)
 {
     int written = 0;
     for (int remaining = count; remaining > 3; --remaining) {
@@ -186,14 +220,14 @@ int ClipSmallPolygon(int count, const Vector2f *points, bool reversed, int *corn
         directions = tableBuffer.data();
     }
     PolygonDirections(count, points, directions);
-    SmallRing ring(count, points, reversed, directions);
+    SmallRing<OwnDirections> ring(count, points, reversed, OwnDirections(count, directions));
     return clipRing(ring, count, corners);
 }
 
-int ClipSmallPolygon(
-    int count, const Vector2f *points, bool reversed, const Vector2f *directions, const FirstEars &first, int *corners)
+int ClipSmallPolygon(int count, const Vector2f *points, bool reversed, const LaneDirections &directions,
+    const FirstEars &first, int *corners)
 {
-    SmallRing ring(count, points, reversed, directions, first);
+    SmallRing<LaneDirectionsOf> ring(count, points, reversed, LaneDirectionsOf(directions), first);
     return clipRing(ring, count, corners);
 }
 

@@ -1,121 +1,190 @@
 #pragma once
 
-// The normalisation rule of VectorNormalization.h for four 3D vectors at once, in SSE2 lanes.
-// Each lane performs the float operations of the one-vector functions in the same order, and a
-// packed operation rounds each lane as the single one does, so the results agree bit for bit,
-// NaNs and infinities included. Only where SSE2 is available (QEL_HAS_VECTOR_LANES); callers
-// keep the one-vector code for other targets.
+// The normalisation rule of VectorNormalization.h for several 2D and 3D vectors at once, in lanes
+// of W floats (GCC vector types). Each lane performs the float operations of the one-vector
+// functions in the same order, and a vector operation rounds each lane as the single one does, so
+// the results agree bit for bit, NaNs and infinities included. Only where SSE2 is available
+// (QEL_HAS_VECTOR_LANES); callers keep the one-vector code for other targets.
+//
+// Four lanes are SSE2, the baseline. Eight are AVX, which SmallPolygonCutsWide.cpp compiles its
+// own copy of this header for: everything here has internal linkage, so that the linker never
+// takes one file's copy for the other's. VectorNormalization.h, whose functions have external
+// linkage, must be included before a file switches its target.
 
 #include "VectorNormalization.h"
 
 #include <cstddef>
 
-#if defined(__SSE2__)
+#if defined(__SSE2__) && defined(__GNUC__)
 #define QEL_HAS_VECTOR_LANES 1
-#include <emmintrin.h>
+#include <immintrin.h>
 
 namespace Vardune::Qel::Lanes {
+namespace {
 
-// Four 3D vectors, one per lane.
-struct Vector3
+// The vector types of W lanes, Floats and Ints, and the steps that GCC's vector operators do not
+// cover: movemask (bit f from the sign of lane f), squareRoot and length2D. Four lanes are
+// defined here; eight in the file compiled for AVX.
+template<int W>
+struct Pack;
+
+template<>
+struct Pack<4>
 {
-    __m128 x;
-    __m128 y;
-    __m128 z;
+    typedef float Floats __attribute__((vector_size(16)));
+    typedef int Ints __attribute__((vector_size(16)));
+
+    static int movemask(Ints mask) { return _mm_movemask_ps(__m128(mask)); }
+    static Floats squareRoot(Floats v) { return _mm_sqrt_ps(v); }
+
+    // length2D: the squares are exact in double, their sum and its root rounded there, then once
+    // more to float.
+    static Floats length2D(Floats x, Floats y)
+    {
+        const __m128d xLow = _mm_cvtps_pd(x);
+        const __m128d yLow = _mm_cvtps_pd(y);
+        const __m128d xHigh = _mm_cvtps_pd(_mm_movehl_ps(x, x));
+        const __m128d yHigh = _mm_cvtps_pd(_mm_movehl_ps(y, y));
+        const __m128d low = _mm_sqrt_pd(_mm_add_pd(_mm_mul_pd(xLow, xLow), _mm_mul_pd(yLow, yLow)));
+        const __m128d high = _mm_sqrt_pd(_mm_add_pd(_mm_mul_pd(xHigh, xHigh), _mm_mul_pd(yHigh, yHigh)));
+        return _mm_movelh_ps(_mm_cvtpd_ps(low), _mm_cvtpd_ps(high));
+    }
 };
 
-inline __m128 select(__m128 mask, __m128 whenSet, __m128 otherwise)
+template<int W>
+using Floats = typename Pack<W>::Floats;
+template<int W>
+using Ints = typename Pack<W>::Ints;
+
+template<int W>
+Floats<W> splat(float value)
 {
-    return _mm_or_ps(_mm_and_ps(mask, whenSet), _mm_andnot_ps(mask, otherwise));
+    return Floats<W> {} + value;
 }
 
-inline Vector3 select(__m128 mask, Vector3 whenSet, Vector3 otherwise)
+template<int W>
+Floats<W> select(Ints<W> mask, Floats<W> whenSet, Floats<W> otherwise)
 {
-    return { select(mask, whenSet.x, otherwise.x), select(mask, whenSet.y, otherwise.y),
-        select(mask, whenSet.z, otherwise.z) };
+    return Floats<W>((Ints<W>(whenSet) & mask) | (Ints<W>(otherwise) & ~mask));
 }
 
-inline __m128 magnitude(__m128 v)
+template<int W>
+Floats<W> magnitude(Floats<W> v)
 {
-    return _mm_andnot_ps(_mm_set1_ps(-0.0f), v);
+    return Floats<W>(Ints<W>(v) & 0x7FFFFFFF);
 }
 
-inline Vector3 difference(Vector3 a, Vector3 b)
+// W 3D vectors, one per lane.
+template<int W>
+struct Vector3
 {
-    return { _mm_sub_ps(a.x, b.x), _mm_sub_ps(a.y, b.y), _mm_sub_ps(a.z, b.z) };
+    Floats<W> x;
+    Floats<W> y;
+    Floats<W> z;
+};
+
+template<int W>
+Vector3<W> select(Ints<W> mask, const Vector3<W> &whenSet, const Vector3<W> &otherwise)
+{
+    return { select<W>(mask, whenSet.x, otherwise.x), select<W>(mask, whenSet.y, otherwise.y),
+        select<W>(mask, whenSet.z, otherwise.z) };
 }
 
-inline Vector3 cross(Vector3 a, Vector3 b)
+template<int W>
+Vector3<W> difference(const Vector3<W> &a, const Vector3<W> &b)
 {
-    return { _mm_sub_ps(_mm_mul_ps(a.y, b.z), _mm_mul_ps(a.z, b.y)),
-        _mm_sub_ps(_mm_mul_ps(a.z, b.x), _mm_mul_ps(a.x, b.z)),
-        _mm_sub_ps(_mm_mul_ps(a.x, b.y), _mm_mul_ps(a.y, b.x)) };
+    return { a.x - b.x, a.y - b.y, a.z - b.z };
 }
 
-inline __m128 dot(Vector3 a, Vector3 b)
+template<int W>
+Vector3<W> cross(const Vector3<W> &a, const Vector3<W> &b)
 {
-    return _mm_add_ps(_mm_add_ps(_mm_mul_ps(a.x, b.x), _mm_mul_ps(a.y, b.y)), _mm_mul_ps(a.z, b.z));
+    return { a.y * b.z - a.z * b.y, a.z * b.x - a.x * b.z, a.x * b.y - a.y * b.x };
 }
 
-inline Vector3 divided(Vector3 v, __m128 length)
+template<int W>
+Floats<W> dot(const Vector3<W> &a, const Vector3<W> &b)
 {
-    return { _mm_div_ps(v.x, length), _mm_div_ps(v.y, length), _mm_div_ps(v.z, length) };
+    return a.x * b.x + a.y * b.y + a.z * b.z;
 }
 
 // length3D, lane by lane.
-inline __m128 length3D(Vector3 v)
+template<int W>
+Floats<W> length3D(const Vector3<W> &v)
 {
-    const __m128 x = magnitude(v.x);
-    const __m128 y = magnitude(v.y);
-    const __m128 z = magnitude(v.z);
-    const __m128 largest
-        = select(_mm_cmplt_ps(x, y), select(_mm_cmplt_ps(y, z), z, y), select(_mm_cmplt_ps(x, z), z, x));
-    const __m128 sx = _mm_div_ps(x, largest);
-    const __m128 sy = _mm_div_ps(y, largest);
-    const __m128 sz = _mm_div_ps(z, largest);
-    const __m128 sum = _mm_add_ps(_mm_add_ps(_mm_mul_ps(sx, sx), _mm_mul_ps(sy, sy)), _mm_mul_ps(sz, sz));
-    const __m128 zero = _mm_setzero_ps();
-    return select(_mm_cmpeq_ps(largest, zero), zero, _mm_mul_ps(largest, _mm_sqrt_ps(sum)));
+    const Floats<W> x = magnitude<W>(v.x);
+    const Floats<W> y = magnitude<W>(v.y);
+    const Floats<W> z = magnitude<W>(v.z);
+    const Floats<W> largest = select<W>(x < y, select<W>(y < z, z, y), select<W>(x < z, z, x));
+    const Floats<W> sx = x / largest;
+    const Floats<W> sy = y / largest;
+    const Floats<W> sz = z / largest;
+    const Floats<W> sum = sx * sx + sy * sy + sz * sz;
+    return select<W>(largest == 0.0f, Floats<W> {}, largest * Pack<W>::squareRoot(sum));
 }
 
 // Lanes whose length is within the tolerance of 1, and those whose length is at most the tolerance.
-inline void classifyLength(__m128 length, __m128 &unit, __m128 &tiny)
+template<int W>
+void classifyLength(Floats<W> length, Ints<W> &unit, Ints<W> &tiny)
 {
-    const __m128 tolerance = _mm_set1_ps(kNormalizationTolerance);
-    unit = _mm_cmple_ps(magnitude(_mm_sub_ps(length, _mm_set1_ps(1.0f))), tolerance);
-    tiny = _mm_cmple_ps(length, tolerance);
+    unit = magnitude<W>(length - 1.0f) <= kNormalizationTolerance;
+    tiny = length <= kNormalizationTolerance;
+}
+
+template<int W>
+Vector3<W> divided(const Vector3<W> &v, Floats<W> length)
+{
+    return { v.x / length, v.y / length, v.z / length };
 }
 
 // normalize(), the in-place rule: unit and tiny vectors stay as they are.
-inline Vector3 normalizedInPlace(Vector3 v)
+template<int W>
+Vector3<W> normalizedInPlace(const Vector3<W> &v)
 {
-    const __m128 length = length3D(v);
-    __m128 unit, tiny;
-    classifyLength(length, unit, tiny);
-    return select(_mm_or_ps(unit, tiny), v, divided(v, length));
+    const Floats<W> length = length3D<W>(v);
+    Ints<W> unit, tiny;
+    classifyLength<W>(length, unit, tiny);
+    return select<W>(unit | tiny, v, divided<W>(v, length));
 }
 
 // normalized(), the copy rule: unit vectors stay, tiny ones become zero.
-inline Vector3 normalizedCopy(Vector3 v)
+template<int W>
+Vector3<W> normalizedCopy(const Vector3<W> &v)
 {
-    const __m128 length = length3D(v);
-    __m128 unit, tiny;
-    classifyLength(length, unit, tiny);
-    const __m128 zero = _mm_setzero_ps();
-    return select(unit, v, select(tiny, Vector3 { zero, zero, zero }, divided(v, length)));
+    const Floats<W> length = length3D<W>(v);
+    Ints<W> unit, tiny;
+    classifyLength<W>(length, unit, tiny);
+    return select<W>(unit, v, select<W>(tiny, Vector3<W> {}, divided<W>(v, length)));
 }
 
-// Four 3D points from `positions` (three floats per vertex), vertex numbers given lane by lane.
-inline Vector3 gather(const float *positions, ptrdiff_t a, ptrdiff_t b, ptrdiff_t c, ptrdiff_t d)
+// normalized() of W 2D vectors (x, y). The lengths are length2D's except where a side is
+// infinite and the other a NaN (the C library's length is infinite, this one a NaN); either
+// length gives both components NaN, so the results agree there too.
+template<int W>
+void normalizedCopy(Floats<W> &x, Floats<W> &y)
 {
-    const float *pa = positions + 3 * a;
-    const float *pb = positions + 3 * b;
-    const float *pc = positions + 3 * c;
-    const float *pd = positions + 3 * d;
-    return { _mm_setr_ps(pa[0], pb[0], pc[0], pd[0]), _mm_setr_ps(pa[1], pb[1], pc[1], pd[1]),
-        _mm_setr_ps(pa[2], pb[2], pc[2], pd[2]) };
+    const Floats<W> length = Pack<W>::length2D(x, y);
+    Ints<W> unit, tiny;
+    classifyLength<W>(length, unit, tiny);
+    x = Floats<W>(~tiny & Ints<W>(select<W>(unit, x, x / length)));
+    y = Floats<W>(~tiny & Ints<W>(select<W>(unit, y, y / length)));
 }
 
+// W 3D points from `positions` (three floats per vertex), lane f the vertex vertices[f].
+template<int W>
+Vector3<W> gather(const float *positions, const ptrdiff_t *vertices)
+{
+    Vector3<W> p;
+    for (int f = 0; f < W; ++f) {
+        const float *point = positions + 3 * vertices[f];
+        p.x[f] = point[0];
+        p.y[f] = point[1];
+        p.z[f] = point[2];
+    }
+    return p;
+}
+
+} // namespace
 } // namespace Vardune::Qel::Lanes
 
 #endif

@@ -95,6 +95,7 @@ private slots:
     void findsDegenerateTriangle();
     void inlineLengthIsTheLibrarysHypot();
     void laneNormalisationIsTheOneVectorRule();
+    void faceListMatchesOneCallPerFace_data();
     void faceListMatchesOneCallPerFace();
     void smallFaceWindingsMatchOneByOne_data();
     void smallFaceWindingsMatchOneByOne();
@@ -429,20 +430,15 @@ void TestTriangulation::laneNormalisationIsTheOneVectorRule()
         vectors.append(any);
     }
     for (qsizetype first = 0; first + 4 <= vectors.size(); first += 3) { // overlapping groups
-        alignas(16) float xs[4];
-        alignas(16) float ys[4];
+        Lanes::Floats<4> x, y;
         for (int lane = 0; lane < 4; ++lane) {
-            xs[lane] = vectors[first + lane].x;
-            ys[lane] = vectors[first + lane].y;
+            x[lane] = vectors[first + lane].x;
+            y[lane] = vectors[first + lane].y;
         }
-        __m128 x = _mm_load_ps(xs);
-        __m128 y = _mm_load_ps(ys);
-        Lanes::normalizedCopy(x, y);
-        _mm_store_ps(xs, x);
-        _mm_store_ps(ys, y);
+        Lanes::normalizedCopy<4>(x, y);
         for (int lane = 0; lane < 4; ++lane) {
             const Vector2f expected = normalized(vectors[first + lane]);
-            QVERIFY2(sameFloat(xs[lane], expected.x) && sameFloat(ys[lane], expected.y),
+            QVERIFY2(sameFloat(x[lane], expected.x) && sameFloat(y[lane], expected.y),
                 qPrintable(QStringLiteral("(%1, %2)").arg(vectors[first + lane].x).arg(vectors[first + lane].y)));
         }
     }
@@ -451,11 +447,20 @@ void TestTriangulation::laneNormalisationIsTheOneVectorRule()
 #endif
 }
 
-// Faces cut as a list, those of up to eight corners measured and cut four of a count at a time,
+// Faces cut as a list, those of up to eight corners measured and cut several of a count at a time,
 // give the indices and warnings of one call per face: on well-shaped faces, on nearly flat ones
 // far from the origin, and on coordinates of every bit pattern (NaNs, infinities, subnormals).
+// Small polygons go four at a time, and eight where the processor has the lanes.
+void TestTriangulation::faceListMatchesOneCallPerFace_data()
+{
+    QTest::addColumn<int>("polygonLanes");
+    QTest::newRow("four lanes") << kWindingLanes;
+    QTest::newRow("the most lanes") << MostPolygonLanes();
+}
+
 void TestTriangulation::faceListMatchesOneCallPerFace()
 {
+    QFETCH(int, polygonLanes);
     std::mt19937 random(20261125);
     const auto anyBits = [&random] {
         const quint32 bits = random();
@@ -510,7 +515,7 @@ void TestTriangulation::faceListMatchesOneCallPerFace()
     const QStringList expectedWarnings = capture.texts(QtWarningMsg);
     capture.clear();
     const size_t actualCount = TriangulateFaces(size_t(faces.size()), faces.constData(), cornerCounts.constData(),
-        faceStarts.constData(), corners.constData(), positions.constData(), actual.data());
+        faceStarts.constData(), corners.constData(), positions.constData(), actual.data(), polygonLanes);
     QCOMPARE(capture.texts(QtWarningMsg), expectedWarnings);
     QCOMPARE(actualCount, expectedCount);
     QCOMPARE(actual, expected);

@@ -34,8 +34,10 @@ public:
         : _positions(positions)
         , _clockwise(clockwise)
         , _cuts(cuts)
-        , _polygonLanes(polygonLanes)
-    { }
+    {
+        for (int count = 3; count <= kBatchedPolygonCorners; ++count)
+            _pending[count].lanes = count <= 4 ? kWindingLanes : polygonLanes;
+    }
 
     static bool takes(int count) { return count >= 3 && count <= kBatchedPolygonCorners; }
 
@@ -45,7 +47,7 @@ public:
         Pending &pending = _pending[count];
         pending.faces[pending.size] = corners;
         pending.chunkSlots[pending.size] = slot;
-        if (++pending.size == (count <= 4 ? kWindingLanes : _polygonLanes))
+        if (++pending.size == pending.lanes)
             run(count);
     }
 
@@ -61,6 +63,7 @@ private:
         const int *faces[kMostLanes] = {};
         size_t chunkSlots[kMostLanes] = {};
         int size = 0;
+        int lanes = kWindingLanes;
     };
 
     void run(int count)
@@ -68,7 +71,7 @@ private:
         Pending &pending = _pending[count];
         if (pending.size == 0)
             return;
-        const int lanes = count <= 4 ? kWindingLanes : _polygonLanes;
+        const int lanes = pending.lanes;
         for (int lane = pending.size; lane < lanes; ++lane)
             pending.faces[lane] = pending.faces[pending.size - 1];
         if (count <= 4) {
@@ -92,7 +95,6 @@ private:
     const float *_positions;
     uint8_t *_clockwise;
     PolygonCut *_cuts;
-    int _polygonLanes;
     Pending _pending[kBatchedPolygonCorners + 1];
 };
 

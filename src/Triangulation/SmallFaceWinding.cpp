@@ -47,8 +47,7 @@ bool certainlyCounterclockwise(int count, const LaneVector3 *p, const LaneVector
     LaneFloats reach {}; // D²
     for (int k = 1; k < count; ++k) {
         d[k] = difference<W>(p[k], p[0]);
-        const LaneFloats square = dot<W>(d[k], d[k]);
-        reach = select<W>(reach > square, reach, square); // maxps: a NaN square is kept
+        reach = Pack<W>::maximum(reach, dot<W>(d[k], d[k]));
     }
     const LaneVector3 area = count == 3 ? cross<W>(d[1], d[2]) : cross<W>(d[2], difference<W>(d[3], d[1]));
     const LaneFloats areaSquared = dot<W>(area, area);

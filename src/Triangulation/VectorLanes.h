@@ -14,6 +14,7 @@
 #include "VectorNormalization.h"
 
 #include <cstddef>
+#include <utility>
 
 #if defined(__SSE2__) && defined(__GNUC__)
 #define QEL_HAS_VECTOR_LANES 1
@@ -23,8 +24,9 @@ namespace Vardune::Qel::Lanes {
 namespace {
 
 // The vector types of W lanes, Floats and Ints, and the steps that GCC's vector operators do not
-// cover: movemask (bit f from the sign of lane f), squareRoot and length2D. Four lanes are
-// defined here; eight in the file compiled for AVX.
+// cover: movemask (bit f from the sign of lane f), squareRoot, length2D and, for four lanes,
+// maximum (maxps: the second operand where either is a NaN). Four lanes are defined here; eight
+// in the file compiled for AVX.
 template<int W>
 struct Pack;
 
@@ -36,6 +38,7 @@ struct Pack<4>
 
     static int movemask(Ints mask) { return _mm_movemask_ps(__m128(mask)); }
     static Floats squareRoot(Floats v) { return _mm_sqrt_ps(v); }
+    static Floats maximum(Floats a, Floats b) { return _mm_max_ps(a, b); }
 
     // length2D: the squares are exact in double, their sum and its root rounded there, then once
     // more to float.
@@ -170,18 +173,22 @@ void normalizedCopy(Floats<W> &x, Floats<W> &y)
     y = Floats<W>(~tiny & Ints<W>(select<W>(unit, y, y / length)));
 }
 
+// Lane f from the floats at points[f] + offset, built at once (one lane at a time costs shuffles).
+template<int W, size_t... Lane>
+Floats<W> lanesAt(const float *const *points, int offset, std::index_sequence<Lane...>)
+{
+    return Floats<W> { points[Lane][offset]... };
+}
+
 // W 3D points from `positions` (three floats per vertex), lane f the vertex vertices[f].
 template<int W>
 Vector3<W> gather(const float *positions, const ptrdiff_t *vertices)
 {
-    Vector3<W> p;
-    for (int f = 0; f < W; ++f) {
-        const float *point = positions + 3 * vertices[f];
-        p.x[f] = point[0];
-        p.y[f] = point[1];
-        p.z[f] = point[2];
-    }
-    return p;
+    const float *points[W];
+    for (int f = 0; f < W; ++f)
+        points[f] = positions + 3 * vertices[f];
+    const auto lanes = std::make_index_sequence<W>();
+    return { lanesAt<W>(points, 0, lanes), lanesAt<W>(points, 1, lanes), lanesAt<W>(points, 2, lanes) };
 }
 
 } // namespace

@@ -1,53 +1,22 @@
 // Vertex normals from triangles: one pass to clear, one over the triangles, one to normalise.
 // Where SSE2 is there, the triangles' own normals and the final normalisations are computed four
-// at a time (VectorLanes.h: bit for bit the one-vector code); the sums still add the triangles'
-// normals one after another in triangle order, since the order of float additions shows in the
-// result.
+// at a time, eight with AVX (NormalLanes.h: bit for bit the one-vector code); the sums still add
+// the triangles' normals one after another in triangle order, since the order of float additions
+// shows in the result.
 
 #include "NormalGeneration.h"
 
 #include "GLTypes.h"
 #include "ModelBuilder.h"
-#include "VectorLanes.h"
+#include "NormalLanes.h"
 #include "VectorNormalization.h"
+#include "WideLanes.h"
 
 #include <cstring>
 
 namespace Vardune::Qel {
 
 namespace {
-
-constexpr int kLanes = 4;
-#if defined(QEL_HAS_VECTOR_LANES)
-using Vector3Lanes = Lanes::Vector3<kLanes>;
-
-// Lane f from vertex vertices[3 f] of `positions`: a corner of each of four triangles.
-Vector3Lanes gather(const float *positions, const unsigned int *vertices)
-{
-    const ptrdiff_t lanes[kLanes] = { vertices[0], vertices[3], vertices[6], vertices[9] };
-    return Lanes::gather<kLanes>(positions, lanes);
-}
-
-// Each lane's vector to `out`, three floats apart.
-void scatter(const Vector3Lanes &v, float *out)
-{
-    for (int lane = 0; lane < kLanes; ++lane) {
-        out[3 * lane] = v.x[lane];
-        out[3 * lane + 1] = v.y[lane];
-        out[3 * lane + 2] = v.z[lane];
-    }
-}
-#endif
-
-void addToCorners(float *normals, const unsigned int *triangle, const Vector3f &n)
-{
-    for (int k = 0; k < 3; ++k) {
-        float *normal = normals + 3 * size_t(triangle[k]);
-        normal[0] += n.x;
-        normal[1] += n.y;
-        normal[2] += n.z;
-    }
-}
 
 Vector3f triangleNormal(const float *positions, const unsigned int *triangle)
 {
@@ -59,43 +28,35 @@ Vector3f triangleNormal(const float *positions, const unsigned int *triangle)
     return { u.y * v.z - u.z * v.y, u.z * v.x - u.x * v.z, u.x * v.y - u.y * v.x };
 }
 
-// The triangles from `first` on whose normals go in four at a time; returns where the rest start.
+// The triangles from `first` on whose normals go in several at a time; returns where the rest
+// start.
 int addTriangleGroups(int first, int indexCount, const float *positions, const unsigned int *indices, float *normals)
 {
+#if defined(QEL_HAS_WIDE_LANES)
+    if (WideLanesAvailable())
+        first = AddTriangleNormalsWide(first, indexCount, positions, indices, normals);
+#endif
 #if defined(QEL_HAS_VECTOR_LANES)
-    int t = first;
-    for (; 3 * (t + kLanes) <= indexCount; t += kLanes) {
-        const unsigned int *i = indices + 3 * size_t(t);
-        const Vector3Lanes p0 = gather(positions, i);
-        const Vector3Lanes p1 = gather(positions, i + 1);
-        const Vector3Lanes p2 = gather(positions, i + 2);
-        const Vector3Lanes n = Lanes::cross<kLanes>(Lanes::normalizedCopy<kLanes>(Lanes::difference<kLanes>(p2, p0)),
-            Lanes::normalizedCopy<kLanes>(Lanes::difference<kLanes>(p1, p0)));
-        for (int lane = 0; lane < kLanes; ++lane)
-            addToCorners(normals, i + 3 * lane, { n.x[lane], n.y[lane], n.z[lane] });
-    }
-    return t;
+    first = NormalLanes::addTriangleGroups<4>(first, indexCount, positions, indices, normals);
 #else
     (void)indexCount, (void)positions, (void)indices, (void)normals;
-    return first;
 #endif
+    return first;
 }
 
-// The vertices from `first` on normalised four at a time; returns where the rest start.
+// The vertices from `first` on normalised several at a time; returns where the rest start.
 int normalizeGroups(int first, int vertexCount, float *normals)
 {
+#if defined(QEL_HAS_WIDE_LANES)
+    if (WideLanesAvailable())
+        first = NormalizeNormalsWide(first, vertexCount, normals);
+#endif
 #if defined(QEL_HAS_VECTOR_LANES)
-    int i = first;
-    for (; i + kLanes <= vertexCount; i += kLanes) {
-        float *n = normals + 3 * size_t(i);
-        constexpr ptrdiff_t kConsecutive[kLanes] = { 0, 1, 2, 3 };
-        scatter(Lanes::normalizedInPlace<kLanes>(Lanes::gather<kLanes>(n, kConsecutive)), n);
-    }
-    return i;
+    first = NormalLanes::normalizeGroups<4>(first, vertexCount, normals);
 #else
     (void)vertexCount, (void)normals;
-    return first;
 #endif
+    return first;
 }
 
 } // namespace
@@ -107,7 +68,7 @@ void GenerateNormals(int vertexCount, int indexCount, const float *positions, co
         std::memset(normals, 0, sizeof(float) * 3 * static_cast<size_t>(vertexCount));
 
     for (int t = addTriangleGroups(0, indexCount, positions, indices, normals); 3 * t < indexCount; ++t)
-        addToCorners(normals, indices + 3 * size_t(t), triangleNormal(positions, indices + 3 * size_t(t)));
+        NormalLanes::addToCorners(normals, indices + 3 * size_t(t), triangleNormal(positions, indices + 3 * size_t(t)));
 
     for (int i = normalizeGroups(0, vertexCount, normals); i < vertexCount; ++i) {
         Vector3f normal { normals[3 * i], normals[3 * i + 1], normals[3 * i + 2] };

@@ -18,8 +18,8 @@ namespace {
 
 constexpr size_t kChunkFaces = 256;
 
-#if defined(QEL_HAS_WIDE_POLYGON_LANES)
-constexpr int kMostLanes = kWidePolygonLanes;
+#if defined(QEL_HAS_WIDE_LANES)
+constexpr int kMostLanes = kWideLanes;
 #else
 constexpr int kMostLanes = kWindingLanes;
 #endif
@@ -82,8 +82,8 @@ private:
             PolygonCut *cuts[kMostLanes];
             for (int lane = 0; lane < lanes; ++lane)
                 cuts[lane] = _cuts + pending.chunkSlots[lane < pending.size ? lane : 0];
-#if defined(QEL_HAS_WIDE_POLYGON_LANES)
-            if (lanes == kWidePolygonLanes)
+#if defined(QEL_HAS_WIDE_LANES)
+            if (lanes == kWideLanes)
                 CutSmallPolygonsWide(count, pending.faces, pending.size, _positions, cuts);
             else
 #endif
@@ -108,9 +108,9 @@ void writeVertexNumbers(const int *cornerNumbers, int cornerCount, const int *fa
 
 int MostPolygonLanes()
 {
-#if defined(QEL_HAS_WIDE_POLYGON_LANES)
-    if (WidePolygonLanesAvailable())
-        return kWidePolygonLanes;
+#if defined(QEL_HAS_WIDE_LANES)
+    if (WideLanesAvailable())
+        return kWideLanes;
 #endif
     return kWindingLanes;
 }

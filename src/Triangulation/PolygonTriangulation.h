@@ -4,6 +4,7 @@
 // static library. Not installed.
 
 #include "VectorNormalization.h"
+#include "WideLanes.h"
 
 #include <QVector3D>
 
@@ -67,12 +68,12 @@ size_t TriangulateFaces(size_t faceCount, const unsigned int *faces, const unsig
     const unsigned int *faceStarts, const int *corners, const float *positions, unsigned int *out);
 
 // TriangulateFaces with the small polygons cut `polygonLanes` at a time: kWindingLanes, or
-// kWidePolygonLanes where WidePolygonLanesAvailable(). The same output either way.
+// kWideLanes where WideLanesAvailable(). The same output either way.
 size_t TriangulateFaces(size_t faceCount, const unsigned int *faces, const unsigned int *cornerCounts,
     const unsigned int *faceStarts, const int *corners, const float *positions, unsigned int *out, int polygonLanes);
 
-// The most small polygons this processor cuts at a time: kWidePolygonLanes where
-// WidePolygonLanesAvailable(), else kWindingLanes.
+// The most small polygons this processor cuts at a time: kWideLanes where WideLanesAvailable(),
+// else kWindingLanes.
 int MostPolygonLanes();
 
 // Writes the triangle a, b, c at corners[written]; returns the new count written.
@@ -155,19 +156,10 @@ struct PolygonCut
 void CutSmallPolygons(int count, const int *const faces[kWindingLanes], int faceCount, const float *positions,
     PolygonCut *const cuts[kWindingLanes]);
 
-#if defined(__x86_64__) && defined(__GNUC__) && !defined(__clang__)
-// CutSmallPolygonsWide is built: eight lanes where the processor has AVX.
-#define QEL_HAS_WIDE_POLYGON_LANES 1
-
-// Faces cut at once by CutSmallPolygonsWide.
-constexpr int kWidePolygonLanes = 8;
-
-// Whether the processor runs CutSmallPolygonsWide (it has AVX, and the system keeps its registers).
-bool WidePolygonLanesAvailable();
-
-// CutSmallPolygons for up to kWidePolygonLanes faces at once; only where WidePolygonLanesAvailable().
-void CutSmallPolygonsWide(int count, const int *const faces[kWidePolygonLanes], int faceCount, const float *positions,
-    PolygonCut *const cuts[kWidePolygonLanes]);
+#if defined(QEL_HAS_WIDE_LANES)
+// CutSmallPolygons for up to kWideLanes faces at once; only where WideLanesAvailable().
+void CutSmallPolygonsWide(int count, const int *const faces[kWideLanes], int faceCount, const float *positions,
+    PolygonCut *const cuts[kWideLanes]);
 #endif
 
 // Recomputes `cross`, `cosAngle` and `isEar` of ring[i] from its present neighbours. The blocking

@@ -6,10 +6,10 @@
 // the results agree bit for bit, NaNs and infinities included. Only where SSE2 is available
 // (QEL_HAS_VECTOR_LANES); callers keep the one-vector code for other targets.
 //
-// Four lanes are SSE2, the baseline. Eight are AVX, which SmallPolygonCutsWide.cpp compiles its
-// own copy of this header for: everything here has internal linkage, so that the linker never
-// takes one file's copy for the other's. VectorNormalization.h, whose functions have external
-// linkage, must be included before a file switches its target.
+// Four lanes are SSE2, the baseline. Eight are AVX (WideLanePack.h), which the *Wide.cpp files
+// compile their own copies of this header for: everything here has internal linkage, so that
+// the linker never takes one file's copy for another's. VectorNormalization.h, whose functions
+// have external linkage, must be included before a file switches its target.
 
 #include "VectorNormalization.h"
 
@@ -26,7 +26,7 @@ namespace {
 // The vector types of W lanes, Floats and Ints, and the steps that GCC's vector operators do not
 // cover: movemask (bit f from the sign of lane f), squareRoot, length2D and, for four lanes,
 // maximum (maxps: the second operand where either is a NaN). Four lanes are defined here; eight
-// in the file compiled for AVX.
+// in WideLanePack.h.
 template<int W>
 struct Pack;
 

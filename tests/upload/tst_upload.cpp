@@ -487,13 +487,14 @@ void TestUpload::generateNormalsArithmetic()
     QCOMPARE(result, normals);
 }
 
-// Triangles taken four at a time must give the normals of the plain loop bit for bit, whatever the
-// coordinates: well-shaped triangles, slivers, repeated corners, and every bit pattern.
+// Triangles taken eight and four at a time must give the normals of the plain loop bit for bit,
+// whatever the coordinates: well-shaped triangles, slivers, repeated corners, and every bit
+// pattern.
 void TestUpload::generateNormalsMatchesOneTriangleAtATime()
 {
     QRandomGenerator random(20261125);
     QList<float> positions;
-    for (int v = 0; v < 2001; ++v) {
+    for (int v = 0; v < 2007; ++v) {
         for (int c = 0; c < 3; ++c) {
             const quint32 bits = random.generate();
             float any;
@@ -503,7 +504,7 @@ void TestUpload::generateNormalsMatchesOneTriangleAtATime()
     }
     const int vertexCount = int(positions.size() / 3);
     QList<unsigned int> indices;
-    for (int i = 0; i < 3 * 1003; ++i) // not a whole number of groups of four
+    for (int i = 0; i < 3 * 1007; ++i) // groups of eight, one of four and three single ones
         indices << (i % 7 == 6 ? indices.last() : unsigned(random.bounded(vertexCount)));
 
     QList<float> expected(positions.size(), 0.0f);

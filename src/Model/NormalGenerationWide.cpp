@@ -7,10 +7,12 @@
 #include "WideLanes.h"
 
 #if defined(QEL_HAS_WIDE_LANES)
+#include <cstddef>
+#include <cstdint>
 #include <immintrin.h>
+#include <utility>
 
-#pragma GCC push_options
-#pragma GCC target("avx")
+QEL_WIDE_LANES_BEGIN
 
 #include "NormalLanes.h"
 #include "WideLanePack.h"
@@ -30,6 +32,6 @@ int NormalizeNormalsWide(int first, int vertexCount, float *normals)
 
 } // namespace Vardune::Qel
 
-#pragma GCC pop_options
+QEL_WIDE_LANES_END
 
 #endif

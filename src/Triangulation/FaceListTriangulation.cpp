@@ -24,6 +24,18 @@ constexpr int kMostLanes = kWideLanes;
 constexpr int kMostLanes = kWindingLanes;
 #endif
 
+// CutSmallPolygons, or its wide form for a batch of that many lanes.
+void cutBatch(
+    int count, int lanes, const int *const *faces, int faceCount, const float *positions, PolygonCut *const *cuts)
+{
+#if defined(QEL_HAS_WIDE_LANES)
+    if (lanes == kWideLanes)
+        return CutSmallPolygonsWide(count, faces, faceCount, positions, cuts);
+#endif
+    (void)lanes;
+    CutSmallPolygons(count, faces, faceCount, positions, cuts);
+}
+
 // The faces of one chunk waiting for a lane-parallel step, by corner count: windings for
 // triangles and quadrilaterals, four faces a step, and whole cuts for the small polygons,
 // `polygonLanes` faces a step. A lane left over repeats the count's last face.
@@ -82,12 +94,7 @@ private:
             PolygonCut *cuts[kMostLanes];
             for (int lane = 0; lane < lanes; ++lane)
                 cuts[lane] = _cuts + pending.chunkSlots[lane < pending.size ? lane : 0];
-#if defined(QEL_HAS_WIDE_LANES)
-            if (lanes == kWideLanes)
-                CutSmallPolygonsWide(count, pending.faces, pending.size, _positions, cuts);
-            else
-#endif
-                CutSmallPolygons(count, pending.faces, pending.size, _positions, cuts);
+            cutBatch(count, lanes, pending.faces, pending.size, _positions, cuts);
         }
         pending.size = 0;
     }

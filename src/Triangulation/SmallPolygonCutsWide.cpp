@@ -8,10 +8,12 @@
 #include "PolygonTriangulation.h" // and VectorNormalization.h, compiled for the baseline
 
 #if defined(QEL_HAS_WIDE_LANES)
+#include <cstddef>
+#include <cstdint>
 #include <immintrin.h>
+#include <utility>
 
-#pragma GCC push_options
-#pragma GCC target("avx")
+QEL_WIDE_LANES_BEGIN
 
 #include "SmallPolygonLanes.h"
 #include "WideLanePack.h"
@@ -26,7 +28,7 @@ void CutSmallPolygonsWide(int count, const int *const faces[kWideLanes], int fac
 
 } // namespace Vardune::Qel
 
-#pragma GCC pop_options
+QEL_WIDE_LANES_END
 
 namespace Vardune::Qel {
 

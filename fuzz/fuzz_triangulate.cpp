@@ -1,8 +1,10 @@
 // Triangulate3D (all four overloads) and FindDegenerateTriangle on counts, indices and floats
 // decoded from the input, with every index inside the decoded arrays (their contract). Beyond
-// the sanitizers, two oracles: every call appends nothing or exactly 3 × (count − 2) vertex
-// numbers of the polygon, and the library's ear clipping agrees with the plain reference
-// implementation corner for corner.
+// the sanitizers, three oracles: every call appends nothing or exactly 3 × (count − 2) vertex
+// numbers of the polygon, the library's ear clipping agrees with the plain reference
+// implementation corner for corner, and the polygon's corners cut into a list of faces of 3 to
+// 10 corners triangulate as one call per face would, with four lanes and with the most the
+// processor has.
 //
 // Input: flags byte, corner count, vertex count, then the polygon: with the "generated" flag a
 // star of the given corners whose radii cycle through the bytes that follow (large polygons from
@@ -17,6 +19,7 @@
 
 #include <QList>
 
+#include <algorithm>
 #include <cmath>
 #include <cstdio>
 #include <cstdlib>
@@ -71,6 +74,34 @@ void compareWithReference(int count, const int *indices, const float *positions)
     }
 }
 
+// The corners, taken in runs of 3 to 10 (the run lengths cycling through `lengths`), as a face
+// list: TriangulateFaces must write what TriangulatePolygon3D writes face by face.
+void compareFaceList(int count, const int *indices, const float *positions, const std::vector<uint8_t> &lengths)
+{
+    std::vector<unsigned int> faces, cornerCounts, faceStarts;
+    for (int start = 0, run = 0; start + 3 <= count; ++run) {
+        const int length = std::min(3 + lengths[size_t(run) % lengths.size()] % 8, count - start);
+        faces.push_back(unsigned(faces.size()));
+        cornerCounts.push_back(unsigned(length));
+        faceStarts.push_back(unsigned(start));
+        start += length;
+    }
+    std::vector<unsigned int> expected(3 * size_t(count));
+    size_t expectedCount = 0;
+    for (size_t f = 0; f < faces.size(); ++f) {
+        expectedCount += size_t(TriangulatePolygon3D(
+            int(cornerCounts[f]), indices + faceStarts[f], positions, expected.data() + expectedCount));
+    }
+    for (const int lanes : { kWindingLanes, MostPolygonLanes() }) {
+        std::vector<unsigned int> actual(3 * size_t(count));
+        const size_t actualCount = TriangulateFaces(faces.size(), faces.data(), cornerCounts.data(), faceStarts.data(),
+            indices, positions, actual.data(), lanes);
+        if (actualCount != expectedCount
+            || !std::equal(actual.begin(), actual.begin() + ptrdiff_t(actualCount), expected.begin()))
+            fail("the face list differs from one call per face", count);
+    }
+}
+
 } // namespace
 
 extern "C" int LLVMFuzzerInitialize(int *argc, char ***argv)
@@ -120,8 +151,13 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size)
     checkAppended(shortOut, shortBefore, count, indices.data(), 0xffff);
     Triangulate3D(count, indices.data(), positions.data(), intOut);
     checkAppended(intOut, intBefore, count, indices.data(), ~0u);
-    if (count >= 3)
+    if (count >= 3) {
         compareWithReference(count, indices.data(), positions.data());
+        std::vector<uint8_t> lengths(1 + input.below(8));
+        for (uint8_t &length : lengths)
+            length = input.byte();
+        compareFaceList(count, indices.data(), positions.data(), lengths);
+    }
 
     // The same numbers as a triangle list over 2D points: every index names a point.
     const std::vector<unsigned int> triangleList(indices.begin(), indices.begin() + count);

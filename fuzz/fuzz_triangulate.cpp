@@ -92,7 +92,7 @@ void compareFaceList(int count, const int *indices, const float *positions, cons
         expectedCount += size_t(TriangulatePolygon3D(
             int(cornerCounts[f]), indices + faceStarts[f], positions, expected.data() + expectedCount));
     }
-    for (const int lanes : { kWindingLanes, MostPolygonLanes() }) {
+    for (const int lanes : { kWindingLanes, MostFaceLanes() }) {
         std::vector<unsigned int> actual(3 * size_t(count));
         const size_t actualCount = TriangulateFaces(faces.size(), faces.data(), cornerCounts.data(), faceStarts.data(),
             indices, positions, actual.data(), lanes);

@@ -1,7 +1,7 @@
 // GenerateNormals' lane steps eight at a time, in the AVX lanes of processors that have them:
 // the triangles' normals are two normalisations each, divisions and square roots, which the
 // divider takes eight at a time in about the time of four. Compiled for AVX like
-// SmallPolygonCutsWide.cpp, and called only where WideLanesAvailable().
+// TriangulationWide.cpp, and called only where WideLanesAvailable().
 
 #include "VectorNormalization.h" // compiled for the baseline
 #include "WideLanes.h"

@@ -2,7 +2,8 @@
 //
 // Triangles and quadrilaterals, nearly every face of a mesh, are cut by fixed patterns once their
 // winding is known, and polygons of up to kBatchedPolygonCorners corners need the same steps
-// before their ear clipping; the steps run four faces of one count at a time. So the faces are
+// before their ear clipping; the steps run four faces of one count at a time, eight where the
+// processor has AVX (TriangulationWide.cpp). So the faces are
 // taken in chunks: first the windings of the chunk's triangles and quadrilaterals
 // (SmallFacesRunClockwise) and the cuts of its small polygons (CutSmallPolygons), then every
 // face's triangles in face order, the larger polygons cut there by the one-face code.
@@ -36,20 +37,29 @@ void cutBatch(
     CutSmallPolygons(count, faces, faceCount, positions, cuts);
 }
 
+// SmallFacesRunClockwise, or its wide form for a batch of that many lanes.
+int windingsOf(int count, int lanes, const int *const *faces, const float *positions)
+{
+#if defined(QEL_HAS_WIDE_LANES)
+    if (lanes == kWideLanes)
+        return SmallFacesRunClockwiseWide(count, faces, positions);
+#endif
+    (void)lanes;
+    return SmallFacesRunClockwise(count, faces, positions);
+}
+
 // The faces of one chunk waiting for a lane-parallel step, by corner count: windings for
-// triangles and quadrilaterals, four faces a step, and whole cuts for the small polygons,
-// `polygonLanes` faces a step. A lane left over repeats the count's last face.
+// triangles and quadrilaterals, whole cuts for the small polygons, `lanes` faces a step. A lane
+// left over repeats the count's last face.
 class ChunkBatches
 {
 public:
-    ChunkBatches(const float *positions, uint8_t *clockwise, PolygonCut *cuts, int polygonLanes)
+    ChunkBatches(const float *positions, uint8_t *clockwise, PolygonCut *cuts, int lanes)
         : _positions(positions)
         , _clockwise(clockwise)
         , _cuts(cuts)
-    {
-        for (int count = 3; count <= kBatchedPolygonCorners; ++count)
-            _pending[count].lanes = count <= 4 ? kWindingLanes : polygonLanes;
-    }
+        , _lanes(lanes)
+    { }
 
     static bool takes(int count) { return count >= 3 && count <= kBatchedPolygonCorners; }
 
@@ -59,7 +69,7 @@ public:
         Pending &pending = _pending[count];
         pending.faces[pending.size] = corners;
         pending.chunkSlots[pending.size] = slot;
-        if (++pending.size == pending.lanes)
+        if (++pending.size == _lanes)
             run(count);
     }
 
@@ -75,7 +85,6 @@ private:
         const int *faces[kMostLanes] = {};
         size_t chunkSlots[kMostLanes] = {};
         int size = 0;
-        int lanes = kWindingLanes;
     };
 
     void run(int count)
@@ -83,11 +92,11 @@ private:
         Pending &pending = _pending[count];
         if (pending.size == 0)
             return;
-        const int lanes = pending.lanes;
+        const int lanes = _lanes;
         for (int lane = pending.size; lane < lanes; ++lane)
             pending.faces[lane] = pending.faces[pending.size - 1];
         if (count <= 4) {
-            const int clockwise = SmallFacesRunClockwise(count, pending.faces, _positions);
+            const int clockwise = windingsOf(count, lanes, pending.faces, _positions);
             for (int lane = 0; lane < pending.size; ++lane)
                 _clockwise[pending.chunkSlots[lane]] = uint8_t((clockwise >> lane) & 1);
         } else {
@@ -102,6 +111,7 @@ private:
     const float *_positions;
     uint8_t *_clockwise;
     PolygonCut *_cuts;
+    int _lanes;
     Pending _pending[kBatchedPolygonCorners + 1];
 };
 
@@ -113,7 +123,7 @@ void writeVertexNumbers(const int *cornerNumbers, int cornerCount, const int *fa
 
 } // namespace
 
-int MostPolygonLanes()
+int MostFaceLanes()
 {
 #if defined(QEL_HAS_WIDE_LANES)
     if (WideLanesAvailable())
@@ -125,11 +135,11 @@ int MostPolygonLanes()
 size_t TriangulateFaces(size_t faceCount, const unsigned int *faces, const unsigned int *cornerCounts,
     const unsigned int *faceStarts, const int *corners, const float *positions, unsigned int *out)
 {
-    return TriangulateFaces(faceCount, faces, cornerCounts, faceStarts, corners, positions, out, MostPolygonLanes());
+    return TriangulateFaces(faceCount, faces, cornerCounts, faceStarts, corners, positions, out, MostFaceLanes());
 }
 
 size_t TriangulateFaces(size_t faceCount, const unsigned int *faces, const unsigned int *cornerCounts,
-    const unsigned int *faceStarts, const int *corners, const float *positions, unsigned int *out, int polygonLanes)
+    const unsigned int *faceStarts, const int *corners, const float *positions, unsigned int *out, int lanes)
 {
     size_t written = 0;
     uint8_t clockwise[kChunkFaces];
@@ -138,7 +148,7 @@ size_t TriangulateFaces(size_t faceCount, const unsigned int *faces, const unsig
         const size_t chunk = std::min(kChunkFaces, faceCount - first);
         const unsigned int *chunkFaces = faces + first;
 
-        ChunkBatches batches(positions, clockwise, cuts, polygonLanes);
+        ChunkBatches batches(positions, clockwise, cuts, lanes);
         for (size_t j = 0; j < chunk; ++j) {
             const unsigned int face = chunkFaces[j];
             const int count = static_cast<int>(cornerCounts[face]);

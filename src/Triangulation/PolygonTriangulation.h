@@ -67,14 +67,14 @@ int SmallFacesRunClockwise(int count, const int *const faces[kWindingLanes], con
 size_t TriangulateFaces(size_t faceCount, const unsigned int *faces, const unsigned int *cornerCounts,
     const unsigned int *faceStarts, const int *corners, const float *positions, unsigned int *out);
 
-// TriangulateFaces with the small polygons cut `polygonLanes` at a time: kWindingLanes, or
+// TriangulateFaces with the small faces measured and cut `lanes` at a time: kWindingLanes, or
 // kWideLanes where WideLanesAvailable(). The same output either way.
 size_t TriangulateFaces(size_t faceCount, const unsigned int *faces, const unsigned int *cornerCounts,
-    const unsigned int *faceStarts, const int *corners, const float *positions, unsigned int *out, int polygonLanes);
+    const unsigned int *faceStarts, const int *corners, const float *positions, unsigned int *out, int lanes);
 
-// The most small polygons this processor cuts at a time: kWideLanes where WideLanesAvailable(),
-// else kWindingLanes.
-int MostPolygonLanes();
+// The most small faces this processor measures and cuts at a time: kWideLanes where
+// WideLanesAvailable(), else kWindingLanes.
+int MostFaceLanes();
 
 // Writes the triangle a, b, c at corners[written]; returns the new count written.
 inline int writeTriangle(int *corners, int written, int a, int b, int c)
@@ -160,6 +160,9 @@ void CutSmallPolygons(int count, const int *const faces[kWindingLanes], int face
 // CutSmallPolygons for up to kWideLanes faces at once; only where WideLanesAvailable().
 void CutSmallPolygonsWide(int count, const int *const faces[kWideLanes], int faceCount, const float *positions,
     PolygonCut *const cuts[kWideLanes]);
+
+// SmallFacesRunClockwise for kWideLanes faces at once; only where WideLanesAvailable().
+int SmallFacesRunClockwiseWide(int count, const int *const faces[kWideLanes], const float *positions);
 #endif
 
 // Recomputes `cross`, `cosAngle` and `isEar` of ring[i] from its present neighbours. The blocking

@@ -1,6 +1,6 @@
 // Polygons of 5 to kBatchedPolygonCorners corners, the n-gons of a mesh, cut four of one corner
 // count at a time in SSE2 lanes (SmallPolygonLanes.h); eight at a time where the processor has
-// AVX (SmallPolygonCutsWide.cpp). Without SSE2 the faces are cut one by one.
+// AVX (TriangulationWide.cpp). Without SSE2 the faces are cut one by one.
 
 #include "PolygonTriangulation.h"
 #include "SmallPolygonLanes.h"

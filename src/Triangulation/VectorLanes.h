@@ -24,9 +24,8 @@ namespace Vardune::Qel::Lanes {
 namespace {
 
 // The vector types of W lanes, Floats and Ints, and the steps that GCC's vector operators do not
-// cover: movemask (bit f from the sign of lane f), squareRoot, length2D and, for four lanes,
-// maximum (maxps: the second operand where either is a NaN). Four lanes are defined here; eight
-// in WideLanePack.h.
+// cover: movemask (bit f from the sign of lane f), squareRoot, length2D and maximum (maxps: the
+// second operand where either is a NaN). Four lanes are defined here; eight in WideLanePack.h.
 template<int W>
 struct Pack;
 

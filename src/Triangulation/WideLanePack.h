@@ -20,6 +20,7 @@ struct Pack<8>
 
     static int movemask(Ints mask) { return _mm256_movemask_ps(__m256(mask)); }
     static Floats squareRoot(Floats v) { return _mm256_sqrt_ps(v); }
+    static Floats maximum(Floats a, Floats b) { return _mm256_max_ps(a, b); }
 
     // Pack<4>::length2D, eight at a time.
     static Floats length2D(Floats x, Floats y)

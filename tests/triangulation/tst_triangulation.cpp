@@ -455,7 +455,7 @@ void TestTriangulation::faceListMatchesOneCallPerFace_data()
 {
     QTest::addColumn<int>("polygonLanes");
     QTest::newRow("four lanes") << kWindingLanes;
-    QTest::newRow("the most lanes") << MostPolygonLanes();
+    QTest::newRow("the most lanes") << MostFaceLanes();
 }
 
 void TestTriangulation::faceListMatchesOneCallPerFace()
@@ -521,11 +521,12 @@ void TestTriangulation::faceListMatchesOneCallPerFace()
     QCOMPARE(actual, expected);
 }
 
-// The windings of four faces at once, most of them settled by bounds on the rounding instead of
-// the normalisations, agree with the one-face steps on faces that straddle those bounds: far
-// from the origin, where the Newell sum loses the face's normal to rounding, thin, tiny and
-// thin, beyond the range of float squares, bent or crossed. Offsets, sizes and widths are spread
-// evenly on a log scale; every row has faces that rounding turns clockwise.
+// The windings of four faces at once, and of eight where the processor has the lanes, most of
+// them settled by bounds on the rounding instead of the normalisations, agree with the one-face
+// steps on faces that straddle those bounds: far from the origin, where the Newell sum loses the
+// face's normal to rounding, thin, tiny and thin, beyond the range of float squares, bent or
+// crossed. Offsets, sizes and widths are spread evenly on a log scale; every row has faces that
+// rounding turns clockwise.
 void TestTriangulation::smallFaceWindingsMatchOneByOne_data()
 {
     QTest::addColumn<int>("count");
@@ -556,6 +557,7 @@ void TestTriangulation::smallFaceWindingsMatchOneByOne()
     QFETCH(bool, bent);
 
     constexpr int kFaces = 40000;
+    constexpr int kGroupFaces = 8; // four lanes twice, or eight where the processor has them
     std::mt19937 random(uint32_t(count * 1000 + int(largestOffset * 10 - smallestSize + largestSize - smallestWidth)));
     std::uniform_real_distribution<double> unit(-1.0, 1.0);
     const auto powerOfTen = [&random](double from, double to) {
@@ -569,8 +571,8 @@ void TestTriangulation::smallFaceWindingsMatchOneByOne()
     QList<float> positions;
     double offset = 0, size = 0, width = 0;
     for (int f = 0; f < kFaces; ++f) {
-        // The four faces measured together are alike, so that such groups meet every bound.
-        if (f % kWindingLanes == 0) {
+        // The faces measured together are alike, so that such groups meet every bound.
+        if (f % kGroupFaces == 0) {
             offset = powerOfTen(0.0, largestOffset);
             size = powerOfTen(smallestSize, largestSize);
             width = powerOfTen(smallestWidth, 0.0);
@@ -596,11 +598,11 @@ void TestTriangulation::smallFaceWindingsMatchOneByOne()
         }
     }
 
-    for (int f = 0; f < kFaces; f += kWindingLanes) {
-        int corners[kWindingLanes][4];
-        const int *faces[kWindingLanes];
+    for (int f = 0; f < kFaces; f += kGroupFaces) {
+        int corners[kGroupFaces][4];
+        const int *faces[kGroupFaces];
         int expected = 0;
-        for (int lane = 0; lane < kWindingLanes; ++lane) {
+        for (int lane = 0; lane < kGroupFaces; ++lane) {
             for (int k = 0; k < count; ++k)
                 corners[lane][k] = (f + lane) * count + k;
             faces[lane] = corners[lane];
@@ -609,7 +611,14 @@ void TestTriangulation::smallFaceWindingsMatchOneByOne()
                 positions.constData(), points);
             expected |= PolygonRunsClockwise(count, points) ? 1 << lane : 0;
         }
-        QCOMPARE(SmallFacesRunClockwise(count, faces, positions.constData()), expected);
+        for (int half = 0; half < kGroupFaces; half += kWindingLanes) {
+            QCOMPARE(SmallFacesRunClockwise(count, faces + half, positions.constData()),
+                (expected >> half) & ((1 << kWindingLanes) - 1));
+        }
+#if defined(QEL_HAS_WIDE_LANES)
+        if (WideLanesAvailable())
+            QCOMPARE(SmallFacesRunClockwiseWide(count, faces, positions.constData()), expected);
+#endif
     }
 }
 

@@ -3,10 +3,10 @@
 // Triangles and quadrilaterals, nearly every face of a mesh, are cut by fixed patterns once their
 // winding is known, and polygons of up to kBatchedPolygonCorners corners need the same steps
 // before their ear clipping; the steps run four faces of one count at a time, eight where the
-// processor has AVX (TriangulationWide.cpp). So the faces are
-// taken in chunks: first the windings of the chunk's triangles and quadrilaterals
-// (SmallFacesRunClockwise) and the cuts of its small polygons (CutSmallPolygons), then every
-// face's triangles in face order, the larger polygons cut there by the one-face code.
+// processor has AVX (TriangulationWide.cpp). So the faces are taken in chunks: first the
+// windings of the chunk's triangles and quadrilaterals (SmallFacesRunClockwise) and the cuts of
+// its small polygons (CutSmallPolygons), then every face's triangles in face order, the larger
+// polygons cut there by the one-face code.
 
 #include "PolygonTriangulation.h"
 

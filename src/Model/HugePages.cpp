@@ -134,7 +134,7 @@ void resizeHugePageBytes(QByteArray &bytes, qsizetype size)
         adviseBytes(bytes, size, Growth::Expected);
 }
 
-void shrinkHugePageBytes(QByteArray &bytes, qsizetype size)
+void resizeWithinBlock(QByteArray &bytes, qsizetype size)
 {
 #if defined(__linux__) && defined(__GLIBC__)
     // Only pages that lie wholly inside the bytes given up: the page after them may hold another

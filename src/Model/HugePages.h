@@ -31,9 +31,9 @@ void resizeHugePageBytes(QByteArray &bytes, qsizetype size);
 // malloc() placed as above; free the block with free().
 void *hugePageMalloc(size_t size);
 
-// QByteArray::resize() for an array that shrinks and keeps its block: the whole huge pages after
-// the new end are handed back to the system, so that the block holds no more memory than a
-// fresh one of the new size would.
-void shrinkHugePageBytes(QByteArray &bytes, qsizetype size);
+// QByteArray::resize() to a size within the array's capacity, which keeps its block. When it
+// shrinks, the whole huge pages after the new end are handed back to the system, so that the
+// block holds no more memory than a fresh one of the new size would.
+void resizeWithinBlock(QByteArray &bytes, qsizetype size);
 
 } // namespace Vardune::Qel

@@ -74,10 +74,7 @@ QByteArray ModelBuilder::spareOrFreshBytes(unsigned int type, size_t count) cons
     QByteArray bytes = std::exchange(_spareBlock->bytes, QByteArray());
     if (size_t(length) < kSmallestHugePageArrayBytes || bytes.capacity() < length)
         return hugePageBytes(length);
-    if (bytes.size() > length)
-        shrinkHugePageBytes(bytes, length);
-    else
-        bytes.resize(length);
+    resizeWithinBlock(bytes, length);
     return bytes;
 }
 

@@ -113,33 +113,32 @@ void PolygonDirections(int count, const Vector2f *points, Vector2f *directions);
 // warning: returns 3 × (count − 2), or 0 when no ear is left.
 int ClipSmallPolygon(int count, const Vector2f *points, bool reversed, int *corners);
 
-// The ear test of every corner of a small polygon's first ring: cosAngle[k] the cosine of the
+// The warning of TriangulatePolygon2D for a polygon of 5 or more corners that has no ear left.
+void WarnNoEarLeft();
+
+// Polygons of 5 up to this many corners are cut several of a count at a time by CutSmallPolygons.
+constexpr int kBatchedPolygonCorners = 8;
+
+// The ear test of every corner of such a polygon's first ring: cosAngle[k] the cosine of the
 // angle at corner k, bit k of `ears` set when corner k is an ear.
 struct FirstEars
 {
-    float cosAngle[kSmallPolygonCorners];
+    float cosAngle[kBatchedPolygonCorners];
     uint64_t ears;
 };
 
-// One polygon's unit directions in a table of several polygons' (kBatchedPolygonCorners corners
-// at most), the lanes of CutSmallPolygons: for corners a != b, normalized(points[a] − points[b])
-// has x at x[p * pairStride] and y at x[p * pairStride + yOffset], p = a * kBatchedPolygonCorners + b.
+// One polygon's unit directions in a table of `lanes` polygons', the lanes of CutSmallPolygons:
+// for corners a != b, normalized(points[a] − points[b]) has x at x[2 p lanes] and y `lanes`
+// floats after it, p = a * kBatchedPolygonCorners + b.
 struct LaneDirections
 {
     const float *x;
-    int pairStride;
-    int yOffset;
+    int lanes;
 };
 
 // ClipSmallPolygon with the polygon's unit directions and its first ear tests made by the caller.
 int ClipSmallPolygon(int count, const Vector2f *points, bool reversed, const LaneDirections &directions,
     const FirstEars &first, int *corners);
-
-// The warning of TriangulatePolygon2D for a polygon of 5 or more corners that has no ear left.
-void WarnNoEarLeft();
-
-// Polygons of 5 up to this many corners are cut four of a count at a time by CutSmallPolygons.
-constexpr int kBatchedPolygonCorners = 8;
 
 // The triangles of one polygon as corner numbers: `written` entries of `corners`, 0 when no ear
 // was left (the warning is the caller's to give, in face order).

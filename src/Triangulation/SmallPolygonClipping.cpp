@@ -58,17 +58,21 @@ class LaneDirectionsOf
 {
 public:
     explicit LaneDirectionsOf(const LaneDirections &table)
-        : _table(table)
+        : _x(table.x)
+        , _lanes(table.lanes)
+        , _pairStride(2 * table.lanes)
     { }
 
     Vector2f operator()(int a, int b) const
     {
-        const float *x = _table.x + (a * kBatchedPolygonCorners + b) * _table.pairStride;
-        return { x[0], x[_table.yOffset] };
+        const float *x = _x + (a * kBatchedPolygonCorners + b) * _pairStride;
+        return { x[0], x[_lanes] };
     }
 
 private:
-    LaneDirections _table;
+    const float *_x;
+    int _lanes;
+    int _pairStride; // x and y of every lane
 };
 
 // The ring of a polygon below kSmallPolygonCorners corners, its unit directions from

@@ -149,7 +149,7 @@ void cutSmallPolygons(
         Vector2f facePoints[kMostCorners];
         for (int k = 0; k < count; ++k)
             facePoints[k] = { x[k][f], y[k][f] };
-        const LaneDirections faceDirections { reinterpret_cast<const float *>(directions) + f, 2 * W, W };
+        const LaneDirections faceDirections { reinterpret_cast<const float *>(directions) + f, W };
         cuts[f]->written
             = ClipSmallPolygon(count, facePoints, (clockwise >> f) & 1, faceDirections, first[f], cuts[f]->corners);
     }

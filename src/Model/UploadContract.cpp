@@ -1,15 +1,18 @@
 // What upload() checks before it reads a builder's streams.
 //
 // The input operations accept anything; the stages after them index raw arrays with the
-// caller's numbers. One linear pass over the face counts, every attribute's indices and every
-// group's faces proves that each read will be in bounds and that every total fits the 32-bit
-// arithmetic of the stages, so that no sequence of public calls can make upload() read or
-// write out of bounds.
+// caller's numbers. One linear pass over the face counts, every index stream and every group's
+// faces proves that each read will be in bounds and that every total fits the 32-bit arithmetic
+// of the stages, so that no sequence of public calls can make upload() read or write out of
+// bounds.
 
 #include "BlockSearch.h"
 #include "GLTypes.h"
 #include "ModelBuilder.h"
 
+#include <QVarLengthArray>
+
+#include <algorithm>
 #include <climits>
 #include <limits>
 
@@ -61,6 +64,14 @@ QString ModelBuilder::uploadContractViolation(const QString &positionAttributeNa
     if (cornerTotal > kLargestTotal)
         return QStringLiteral("%1 face corners are more than %2").arg(cornerTotal).arg(kLargestTotal);
 
+    // Attributes may share an index stream (an OBJ import's "f 1/1/1"): once it is known to lie
+    // below a vertex count, an attribute with at least as many vertices needs no scan of it.
+    struct ScannedIndices
+    {
+        const void *indices;
+        quint64 below;
+    };
+    QVarLengthArray<ScannedIndices, 8> scanned;
     for (auto it = _vertexAttributes.cbegin(); it != _vertexAttributes.cend(); ++it) {
         const VertexAttribute &attribute = *it;
         if (!attribute.values) {
@@ -90,6 +101,10 @@ QString ModelBuilder::uploadContractViolation(const QString &positionAttributeNa
                 .arg(kLargestTotal);
         const quint64 vertexCount = attribute.values->size() / components;
         const auto *indices = static_cast<const unsigned int *>(attribute.indices->data(0));
+        const auto known = std::find_if(scanned.begin(), scanned.end(),
+            [indices](const ScannedIndices &earlier) { return earlier.indices == indices; });
+        if (known != scanned.end() && known->below <= vertexCount)
+            continue;
         const size_t corner = firstAtOrAbove(indices, cornerTotal, vertexCount);
         if (corner < cornerTotal)
             return QStringLiteral("attribute '%1' index %2 at corner %3 is outside its %4 vertices")
@@ -97,6 +112,10 @@ QString ModelBuilder::uploadContractViolation(const QString &positionAttributeNa
                 .arg(indices[corner])
                 .arg(corner)
                 .arg(vertexCount);
+        if (known != scanned.end())
+            known->below = vertexCount;
+        else
+            scanned.append({ indices, vertexCount });
     }
 
     quint64 triangleIndexTotal = 0;

@@ -356,6 +356,11 @@ void TestUpload::contractViolationsAreRefused_data()
                                  << "upload refused: attribute 'va_TexCoord' has 23 indices for 24 face corners";
     QTest::newRow("index range") << "index range"
                                  << "upload refused: attribute 'va_TexCoord' index 4 at corner 5 is outside its 4 vertices";
+    // Sharing the positions' indices, which reach 7: the scan that passed them for 8 positions
+    // does not pass them for 4 texture coordinates.
+    QTest::newRow("shared index range")
+        << "shared index range"
+        << "upload refused: attribute 'va_TexCoord' index 4 at corner 4 is outside its 4 vertices";
     QTest::newRow("face number") << "face number"
                                  << "upload refused: material group 'caps' lists face 6 at position 3, but there are 6 faces";
     QTest::newRow("position components")
@@ -385,6 +390,8 @@ void TestUpload::contractViolationsAreRefused()
         texCoords.indices->resize(23);
     } else if (breach == QLatin1String("index range")) {
         texCoords.indices->setData(5, 1, &four);
+    } else if (breach == QLatin1String("shared index range")) {
+        texCoords.indices = ModelBuilderProbe::vertexAttributes(builder)[QStringLiteral("va_Vertex")].indices;
     } else if (breach == QLatin1String("face number")) {
         const unsigned int face = 6;
         builder.addFacesToMaterialGroup(QStringLiteral("caps"), 1, &face, QStringLiteral("lid"));

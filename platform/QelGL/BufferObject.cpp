@@ -4,8 +4,26 @@
 
 #include <climits>
 #include <limits>
+#include <utility>
+
+// GL_AMD_pinned_memory's target: a store made on it is the application's memory itself.
+#ifndef GL_EXTERNAL_VIRTUAL_MEMORY_BUFFER_AMD
+#define GL_EXTERNAL_VIRTUAL_MEMORY_BUFFER_AMD 0x9160
+#endif
 
 namespace Vardune::Qel {
+
+namespace {
+
+// The bytes of `count` elements; -1 for a negative count or a size that does not fit.
+qint64 storeSize(int count, unsigned long long elementSize)
+{
+    if (count < 0 || elementSize > static_cast<unsigned long long>(std::numeric_limits<qint64>::max() / INT_MAX))
+        return -1;
+    return static_cast<qint64>(count) * static_cast<qint64>(elementSize);
+}
+
+} // namespace
 
 BufferObject::BufferObject()
     : _context(QOpenGLContext::currentContext())
@@ -49,9 +67,41 @@ bool BufferObject::uploadGLushortData(const unsigned short *data, int count, uns
 
 bool BufferObject::uploadArbitraryData(const void *data, int count, unsigned int usage, unsigned long long elementSize)
 {
-    if (count < 0 || elementSize > static_cast<unsigned long long>(std::numeric_limits<qint64>::max() / INT_MAX))
+    const qint64 byteSize = storeSize(count, elementSize);
+    return byteSize >= 0 && upload(data, byteSize, usage);
+}
+
+bool BufferObject::uploadSharedData(std::shared_ptr<const void> data, int count, unsigned int usage,
+                                    unsigned long long elementSize)
+{
+    const qint64 byteSize = storeSize(count, elementSize);
+    if (byteSize < 0)
         return false;
-    return upload(data, static_cast<qint64>(count) * static_cast<qint64>(elementSize), usage);
+    // An empty store needs no memory of anyone's; a refused one falls back to the copy.
+    if (byteSize > 0 && data && drawsFromHostMemory(QOpenGLContext::currentContext())
+        && uploadInPlace(data.get(), byteSize, usage)) {
+        _sharedStore = std::move(data);
+        return true;
+    }
+    return upload(data.get(), byteSize, usage);
+}
+
+bool BufferObject::uploadInPlace(const void *data, qint64 byteSize, unsigned int usage)
+{
+    QOpenGLExtraFunctions *gl = currentGLFunctions();
+    if (_id == 0)
+        return false;
+    clearGLErrors(gl);
+    // The pinned target has a binding of its own; the caller's binding of _target stays.
+    gl->glBindBuffer(GL_EXTERNAL_VIRTUAL_MEMORY_BUFFER_AMD, _id);
+    gl->glBufferData(GL_EXTERNAL_VIRTUAL_MEMORY_BUFFER_AMD, static_cast<GLsizeiptr>(byteSize), data, usage);
+    const bool stored = gl->glGetError() == GL_NO_ERROR;
+    gl->glBindBuffer(GL_EXTERNAL_VIRTUAL_MEMORY_BUFFER_AMD, 0);
+    if (stored) {
+        _usage = usage;
+        _byteSize = byteSize;
+    }
+    return stored;
 }
 
 bool BufferObject::upload(const void *data, qint64 byteSize, unsigned int usage)
@@ -66,6 +116,7 @@ bool BufferObject::upload(const void *data, qint64 byteSize, unsigned int usage)
         return false;
     _usage = usage;
     _byteSize = byteSize;
+    _sharedStore.reset(); // the driver has its own copy now
     return true;
 }
 

@@ -5,6 +5,8 @@
 #include <QByteArray>
 #include <QPointer>
 
+#include <memory>
+
 class QOpenGLContext;
 
 namespace Vardune::Qel {
@@ -34,6 +36,12 @@ public:
     bool uploadGLuintData(const unsigned int *data, int count, unsigned int usage);
     bool uploadGLushortData(const unsigned short *data, int count, unsigned int usage);
     bool uploadArbitraryData(const void *data, int count, unsigned int usage, unsigned long long elementSize);
+    // As uploadArbitraryData; but where the renderer draws from host memory and can take the
+    // application's memory as a buffer's store (a software renderer with GL_AMD_pinned_memory),
+    // the buffer makes no copy: it reads the elements where they lie and holds `data` until it
+    // is deleted or given other data. No one else may change them while it does.
+    bool uploadSharedData(std::shared_ptr<const void> data, int count, unsigned int usage,
+                          unsigned long long elementSize);
 
     unsigned int bufferId() const { return _id; }
     unsigned int usage() const { return _usage; }
@@ -45,12 +53,14 @@ public:
 
 private:
     bool upload(const void *data, qint64 byteSize, unsigned int usage);
+    bool uploadInPlace(const void *data, qint64 byteSize, unsigned int usage);
 
     QPointer<QOpenGLContext> _context;
     unsigned int _id = 0;
     unsigned int _target = 0;
     unsigned int _usage = 0;
     qint64 _byteSize = 0;
+    std::shared_ptr<const void> _sharedStore; // the memory the buffer reads, when it made no copy
 };
 
 } // namespace Vardune::Qel

@@ -14,6 +14,15 @@ bool canDeleteObjectsOf(QOpenGLContext *owner)
     return owner && current && QOpenGLContext::areSharing(owner, current);
 }
 
+bool drawsFromHostMemory(QOpenGLContext *context)
+{
+    if (!context || !context->hasExtension(QByteArrayLiteral("GL_AMD_pinned_memory")))
+        return false;
+    const auto *renderer = reinterpret_cast<const char *>(context->functions()->glGetString(GL_RENDERER));
+    const QByteArray name(renderer ? renderer : "");
+    return name.startsWith("llvmpipe") || name.startsWith("softpipe");
+}
+
 void clearGLErrors(QOpenGLExtraFunctions *gl)
 {
     // A lost context reports GL_CONTEXT_LOST for ever; bound the loop.

@@ -1,5 +1,7 @@
 #include "OpenGLDeviceContext.h"
 
+#include "GLFunctions.h"
+
 #include <QOpenGLContext>
 
 namespace Vardune::Qel {
@@ -22,6 +24,11 @@ QSharedPointer<OpenGLDeviceContext> OpenGLDeviceContext::current()
 QOpenGLContext *OpenGLDeviceContext::context() const
 {
     return _context;
+}
+
+bool OpenGLDeviceContext::drawsFromHostMemory() const
+{
+    return Vardune::Qel::drawsFromHostMemory(_context);
 }
 
 QSharedPointer<BufferObject> OpenGLDeviceContext::createBufferObject()

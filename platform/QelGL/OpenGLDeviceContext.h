@@ -24,6 +24,9 @@ public:
     static QSharedPointer<OpenGLDeviceContext> current();
 
     QOpenGLContext *context() const;
+    // Whether buffers of this context draw from the application's memory where they can
+    // (BufferObject::uploadSharedData) instead of a copy of their own: only on a software renderer.
+    bool drawsFromHostMemory() const;
 
     virtual QSharedPointer<BufferObject> createBufferObject();
     virtual QSharedPointer<VertexArrayObject> createVertexArrayObject();

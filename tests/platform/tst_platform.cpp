@@ -12,6 +12,9 @@
 #include <QPointer>
 #include <QTest>
 
+#include <memory>
+#include <vector>
+
 using namespace Vardune::Qel;
 
 class TestPlatform : public QObject
@@ -22,6 +25,7 @@ private slots:
     void bufferUploadsAreReadBack_data();
     void bufferUploadsAreReadBack();
     void bufferRefusesNegativeCount();
+    void sharedUploadHoldsItsMemoryWhileReadingIt();
     void vertexArrayRecordsAttributesAndIndices();
     void colorTextureHoldsItsColour();
     void registryKeepsTheFirstPlanOfAName();
@@ -85,6 +89,42 @@ void TestPlatform::bufferRefusesNegativeCount()
     QVERIFY(buffer.uploadGLuintData(&value, 1, 0x88E4));
     QVERIFY(!buffer.uploadGLuintData(&value, -1, 0x88E4));
     QCOMPARE(buffer.byteSize(), 4);
+}
+
+// Where the renderer takes the application's memory as the store (llvmpipe on CI), the buffer
+// must keep that memory until another upload replaces it; elsewhere the driver copies at once.
+void TestPlatform::sharedUploadHoldsItsMemoryWhileReadingIt()
+{
+    GLTestContext gl;
+    QEL_REQUIRE_GL(gl);
+    const bool inPlace = OpenGLDeviceContext::current()->drawsFromHostMemory();
+    QByteArray expected(4096 * 3 + 20, Qt::Uninitialized);
+    for (qsizetype i = 0; i < expected.size(); ++i)
+        expected[i] = static_cast<char>(i * 13 + 1);
+    // Off a page boundary, as a stream's elements may start anywhere.
+    const QByteArray padded = QByteArray(4, 'x') + expected;
+    auto holder = std::make_shared<std::vector<char>>(padded.cbegin(), padded.cend());
+    const std::weak_ptr<std::vector<char>> watch = holder;
+
+    BufferObject buffer;
+    buffer.setTarget(0x8892);
+    buffer.bind();
+    QVERIFY(buffer.uploadSharedData(std::shared_ptr<const void>(holder, holder->data() + 4),
+                                    static_cast<int>(expected.size() / 4), 0x88E4, 4));
+    holder.reset();
+    QCOMPARE(watch.expired(), !inPlace);
+    QCOMPARE(buffer.byteSize(), expected.size());
+    QByteArray stored(expected.size(), '\0');
+    gl.functions()->glGetNamedBufferSubData(buffer.bufferId(), 0, stored.size(), stored.data());
+    QCOMPARE(stored, expected);
+    GLint bound = -1;
+    gl.functions()->glGetIntegerv(GL_ARRAY_BUFFER_BINDING, &bound);
+    QCOMPARE(static_cast<unsigned int>(bound), buffer.bufferId());
+
+    const unsigned int value = 7;
+    QVERIFY(buffer.uploadGLuintData(&value, 1, 0x88E4));
+    QVERIFY(watch.expired());
+    QCOMPARE(buffer.readBack(), QByteArray(reinterpret_cast<const char *>(&value), sizeof value));
 }
 
 void TestPlatform::vertexArrayRecordsAttributesAndIndices()

@@ -155,6 +155,8 @@ private:
                                                    unsigned int usage) const;
     void addDraw(GPUModel *model, DrawBuffers *draw, size_t key, const InstanceData &instanceData,
                  const QString &materialIdName);
+    // Stores a stream's elements in the buffer bound by the caller.
+    void uploadStream(BufferObject &buffer, const QSharedPointer<ModelDataStream> &stream, unsigned int usage) const;
     // Frees a stream's elements if this builder releases streams once used; its type stays.
     void releaseUsedStream(QSharedPointer<ModelDataStream> &stream) const;
 

@@ -17,6 +17,7 @@
 #include <QMessageLogger>
 
 #include <algorithm>
+#include <memory>
 
 namespace Vardune::Qel {
 
@@ -77,8 +78,7 @@ void ModelBuilder::upload(GPUModel *model, const InstanceData &instanceData, con
         const QSharedPointer<BufferObject> buffer = context->createBufferObject();
         buffer->setTarget(GLType::ArrayBuffer);
         buffer->bind();
-        buffer->uploadArbitraryData(it->gpuValues->data(0), static_cast<int>(it->gpuValues->size()), usage,
-                                    ModelDataStream::typeSize(it->gpuValues->type()));
+        uploadStream(*buffer, it->gpuValues, usage);
         buffer->unbind();
         vertexBuffers[it.key()] = buffer;
         releaseUsedStream(it->gpuValues);
@@ -133,6 +133,19 @@ void ModelBuilder::prepareForUpload(const QString &positionAttributeName)
         releaseUsedStream(attribute.gpuIndices);
 }
 
+void ModelBuilder::uploadStream(BufferObject &buffer, const QSharedPointer<ModelDataStream> &stream,
+                                unsigned int usage) const
+{
+    const auto count = static_cast<int>(stream->size());
+    const unsigned long long elementSize = ModelDataStream::typeSize(stream->type());
+    // A stream released once used has no other reader: the buffer may draw from it in place.
+    if (_releasesUsedStreams)
+        buffer.uploadSharedData(std::shared_ptr<const void>(stream->data(0), [stream](const void *) {}), count, usage,
+                                elementSize);
+    else
+        buffer.uploadArbitraryData(stream->data(0), count, usage, elementSize);
+}
+
 void ModelBuilder::releaseUsedStream(QSharedPointer<ModelDataStream> &stream) const
 {
     if (_releasesUsedStreams && stream)
@@ -147,17 +160,17 @@ QSharedPointer<BufferObject> ModelBuilder::uploadIndexBuffer(OpenGLDeviceContext
     buffer->bind();
     const size_t indexCount = _triangleIndices->size();
     const auto *indices = static_cast<const unsigned int *>(_triangleIndices->data(0));
-    // The driver's copies come next: no block is kept while they are made.
+    // The buffers come next: no block is kept while they are made.
     if (vertexCount >= kLargestShortIndexVertexCount) {
         keepFreedBlocks(false);
-        buffer->uploadGLuintData(indices, static_cast<int>(indexCount), usage);
+        uploadStream(*buffer, _triangleIndices, usage);
     } else {
         const QSharedPointer<ModelDataStream> narrow = newStreamToOverwrite(GLType::UnsignedShort, indexCount);
         keepFreedBlocks(false);
         auto *shortIndices = static_cast<unsigned short *>(narrow->data(0));
         for (size_t i = 0; i < indexCount; ++i)
             shortIndices[i] = static_cast<unsigned short>(indices[i]);
-        buffer->uploadGLushortData(shortIndices, static_cast<int>(narrow->size()), usage);
+        uploadStream(*buffer, narrow, usage);
     }
     buffer->unbind();
     return buffer;

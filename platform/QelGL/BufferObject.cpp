@@ -71,52 +71,36 @@ bool BufferObject::uploadArbitraryData(const void *data, int count, unsigned int
     return byteSize >= 0 && upload(data, byteSize, usage);
 }
 
-bool BufferObject::uploadSharedData(std::shared_ptr<const void> data, int count, unsigned int usage,
-                                    unsigned long long elementSize)
+bool BufferObject::uploadSharedData(
+    const std::shared_ptr<const void> &data, int count, unsigned int usage, unsigned long long elementSize)
 {
     const qint64 byteSize = storeSize(count, elementSize);
     if (byteSize < 0)
         return false;
-    // An empty store needs no memory of anyone's; a refused one falls back to the copy.
-    if (byteSize > 0 && data && drawsFromHostMemory(QOpenGLContext::currentContext())
-        && uploadInPlace(data.get(), byteSize, usage)) {
-        _sharedStore = std::move(data);
-        return true;
-    }
-    return upload(data.get(), byteSize, usage);
+    // An empty store needs no one's memory; one the driver refuses is copied instead, while
+    // `data` still keeps the elements.
+    const bool inPlace = byteSize > 0 && data && drawsFromHostMemory(QOpenGLContext::currentContext());
+    return (inPlace && upload(data.get(), byteSize, usage, data)) || upload(data.get(), byteSize, usage);
 }
 
-bool BufferObject::uploadInPlace(const void *data, qint64 byteSize, unsigned int usage)
-{
-    QOpenGLExtraFunctions *gl = currentGLFunctions();
-    if (_id == 0)
-        return false;
-    clearGLErrors(gl);
-    // The pinned target has a binding of its own; the caller's binding of _target stays.
-    gl->glBindBuffer(GL_EXTERNAL_VIRTUAL_MEMORY_BUFFER_AMD, _id);
-    gl->glBufferData(GL_EXTERNAL_VIRTUAL_MEMORY_BUFFER_AMD, static_cast<GLsizeiptr>(byteSize), data, usage);
-    const bool stored = gl->glGetError() == GL_NO_ERROR;
-    gl->glBindBuffer(GL_EXTERNAL_VIRTUAL_MEMORY_BUFFER_AMD, 0);
-    if (stored) {
-        _usage = usage;
-        _byteSize = byteSize;
-    }
-    return stored;
-}
-
-bool BufferObject::upload(const void *data, qint64 byteSize, unsigned int usage)
+bool BufferObject::upload(const void *data, qint64 byteSize, unsigned int usage, std::shared_ptr<const void> inPlace)
 {
     QOpenGLExtraFunctions *gl = currentGLFunctions();
     if (!gl || _id == 0 || (data == nullptr && byteSize > 0))
         return false;
     clearGLErrors(gl);
-    gl->glBindBuffer(_target, _id);
-    gl->glBufferData(_target, static_cast<GLsizeiptr>(byteSize), data, usage);
-    if (gl->glGetError() != GL_NO_ERROR)
+    // The pinned target has a binding of its own; the caller's binding of _target stays.
+    const GLenum target = inPlace ? GL_EXTERNAL_VIRTUAL_MEMORY_BUFFER_AMD : _target;
+    gl->glBindBuffer(target, _id);
+    gl->glBufferData(target, static_cast<GLsizeiptr>(byteSize), data, usage);
+    const bool stored = gl->glGetError() == GL_NO_ERROR;
+    if (inPlace)
+        gl->glBindBuffer(target, 0);
+    if (!stored)
         return false;
     _usage = usage;
     _byteSize = byteSize;
-    _sharedStore.reset(); // the driver has its own copy now
+    _sharedStore = std::move(inPlace); // none when the driver made its own copy
     return true;
 }
 

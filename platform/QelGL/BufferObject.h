@@ -40,8 +40,8 @@ public:
     // application's memory as a buffer's store (a software renderer with GL_AMD_pinned_memory),
     // the buffer makes no copy: it reads the elements where they lie and holds `data` until it
     // is deleted or given other data. No one else may change them while it does.
-    bool uploadSharedData(std::shared_ptr<const void> data, int count, unsigned int usage,
-                          unsigned long long elementSize);
+    bool uploadSharedData(
+        const std::shared_ptr<const void> &data, int count, unsigned int usage, unsigned long long elementSize);
 
     unsigned int bufferId() const { return _id; }
     unsigned int usage() const { return _usage; }
@@ -52,8 +52,8 @@ public:
     QByteArray readBack() const;
 
 private:
-    bool upload(const void *data, qint64 byteSize, unsigned int usage);
-    bool uploadInPlace(const void *data, qint64 byteSize, unsigned int usage);
+    // glBufferData; with `inPlace`, a store that is that memory itself, held until replaced.
+    bool upload(const void *data, qint64 byteSize, unsigned int usage, std::shared_ptr<const void> inPlace = {});
 
     QPointer<QOpenGLContext> _context;
     unsigned int _id = 0;
